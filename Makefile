@@ -1,0 +1,47 @@
+# Front for the CMake build. Every target installs what is missing first.
+BUILD_DIR      ?= build
+SANITIZE_DIR   ?= build-sanitize
+FUZZ_DIR       ?= build-fuzz
+FUZZ_SECONDS   ?= 15
+JOBS           ?= $(shell nproc)
+CTEST_FLAGS    ?= --output-on-failure -j$(JOBS) --timeout 300
+
+.PHONY: all deps build test unit sanitize fuzz demo format clean
+
+all: build
+
+deps:
+	@bash scripts/install-deps.sh
+
+build: deps
+	cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD_DIR) -j$(JOBS)
+
+# Runs the suite, then the same suite under AddressSanitizer and UndefinedBehaviorSanitizer.
+test: unit sanitize
+
+unit: build
+	cd $(BUILD_DIR) && ctest $(CTEST_FLAGS)
+
+sanitize: deps
+	cmake -S . -B $(SANITIZE_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DRV_SANITIZE=ON
+	cmake --build $(SANITIZE_DIR) -j$(JOBS)
+	cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+		ctest $(CTEST_FLAGS)
+
+fuzz: deps
+	cmake -S . -B $(FUZZ_DIR) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DRV_FUZZ=ON -DRV_TESTS=OFF
+	cmake --build $(FUZZ_DIR) -j$(JOBS)
+	bash fuzz/run.sh $(FUZZ_DIR)/fuzz $(FUZZ_SECONDS)
+
+demo: deps
+	@echo "make demo: the installer window and the demo product are not built yet;"
+	@echo "they arrive with the installer window. Nothing to run."
+	@exit 2
+
+format:
+	find src tests fuzz bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i
+
+clean:
+	rm -rf $(BUILD_DIR) $(SANITIZE_DIR) $(FUZZ_DIR)

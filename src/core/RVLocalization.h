@@ -1,0 +1,17 @@
+#pragma once
+
+#include "RVCoreOnly.h"
+
+#include <QLocale>
+#include <QString>
+
+// The localised string table: English texts as keys, one context "Localizable".
+namespace RVLocalization {
+// Loads "VelmoraInstaller_<language>.qm" for locale from directory; false when there is
+// no table for it (English then shows the keys themselves).
+bool load(const QLocale& locale, const QString& directory);
+void unload();
+} // namespace RVLocalization
+
+// The text for an English key; the key itself when the table has no entry.
+QString RVLocalizedString(const QString& key);

@@ -1,0 +1,90 @@
+#include "RVLinuxSystemFacts.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <sys/utsname.h>
+
+namespace {
+
+// Higher than every release the "or newer" tests name, so that all of them hold.
+constexpr double kAppKitVersionNumber = 2487.0;
+
+QString kernelRelease()
+{
+    struct utsname name {};
+    if (::uname(&name) != 0)
+        return {};
+    return QString::fromLatin1(name.release);
+}
+
+int bcd(int value)
+{
+    return (value / 10 % 10) * 16 + value % 10;
+}
+
+} // namespace
+
+RVLinuxSystemFacts::KernelVersion RVLinuxSystemFacts::parseKernelRelease(const QString& release)
+{
+    static const QRegularExpression pattern(QStringLiteral("^(\\d+)(?:\\.(\\d+)(?:\\.(\\d+))?)?"));
+    const QRegularExpressionMatch match = pattern.match(release);
+    KernelVersion version;
+    auto part = [&](int index) -> std::optional<int> {
+        bool ok = false;
+        const int value = match.captured(index).toInt(&ok);
+        return ok && value >= 0 && value <= 0xffff ? std::optional<int>(value) : std::nullopt;
+    };
+    if (match.hasMatch()) {
+        version.major = part(1);
+        version.minor = part(2);
+        version.patch = part(3);
+    }
+    return version;
+}
+
+std::optional<std::int32_t> RVLinuxSystemFacts::gestalt(RVOSType selector) const
+{
+    const KernelVersion v = parseKernelRelease(kernelRelease());
+    switch (selector) {
+    case RVFourCC("sys1"):
+        return v.major;
+    case RVFourCC("sys2"):
+        return v.minor;
+    case RVFourCC("sys3"):
+        return v.patch;
+    case RVFourCC("sysv"):
+        // Packed BCD holds two digits per part; larger releases do not fit.
+        if (!v.major || *v.major > 99 || v.minor.value_or(0) > 9 || v.patch.value_or(0) > 9)
+            return std::nullopt;
+        return (bcd(*v.major) << 8) | (v.minor.value_or(0) << 4) | v.patch.value_or(0);
+    default:
+        return std::nullopt;
+    }
+}
+
+double RVLinuxSystemFacts::appKitVersionNumber() const
+{
+    return kAppKitVersionNumber;
+}
+
+QLocale RVLinuxSystemFacts::currentLocale() const
+{
+    return QLocale::system();
+}
+
+QString RVLinuxSystemFacts::executablePath() const
+{
+    return QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
+}
+
+QString RVLinuxSystemFacts::homeDirectory() const
+{
+    return QDir::homePath();
+}
+
+QString RVLinuxSystemFacts::openerPath() const
+{
+    return QStringLiteral("/usr/bin/xdg-open");
+}

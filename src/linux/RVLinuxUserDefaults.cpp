@@ -1,0 +1,52 @@
+#include "RVLinuxUserDefaults.h"
+
+#include <QDir>
+#include <QSettings>
+
+const QString RVLinuxUserDefaults::globalDomain = QStringLiteral("NSGlobalDomain");
+
+RVLinuxUserDefaults::RVLinuxUserDefaults(const QStringList& arguments, const QString& ownDomain)
+    : m_ownDomain(ownDomain)
+{
+    // Only a "-key" directly followed by a word that is not itself a key forms a pair.
+    for (qsizetype i = 1; i + 1 < arguments.size(); ++i) {
+        const QString& key = arguments[i];
+        const QString& value = arguments[i + 1];
+        if (key.size() > 1 && key.startsWith(u'-') && !value.startsWith(u'-')) {
+            m_argumentDomain.insert(key.mid(1), value);
+            ++i;
+        }
+    }
+}
+
+QString RVLinuxUserDefaults::domainFilePath(const QString& domain)
+{
+    QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
+    if (base.isEmpty() || !QDir::isAbsolutePath(base))
+        base = QDir::homePath() + QStringLiteral("/.config");
+    return base + u'/' + domain + QStringLiteral(".conf");
+}
+
+QVariant RVLinuxUserDefaults::valueForKey(const QString& key) const
+{
+    const auto argument = m_argumentDomain.constFind(key);
+    if (argument != m_argumentDomain.cend())
+        return *argument;
+    const QVariant own = valueForKeyInDomain(key, m_ownDomain);
+    return own.isValid() ? own : valueForKeyInDomain(key, globalDomain);
+}
+
+QVariant RVLinuxUserDefaults::valueForKeyInDomain(const QString& key, const QString& domain) const
+{
+    if (domain.isEmpty() || domain.contains(u'/'))
+        return {};
+    const QSettings settings(domainFilePath(domain), QSettings::IniFormat);
+    return settings.value(key);
+}
+
+void RVLinuxUserDefaults::setValueForKey(const QString& key, const QVariant& value)
+{
+    std::lock_guard lock(m_writeMutex);
+    QSettings settings(domainFilePath(m_ownDomain), QSettings::IniFormat);
+    settings.setValue(key, value);
+}

@@ -1,0 +1,117 @@
+#include "RVBundle.h"
+
+#include "RVLog.h"
+#include "RVPlatform.h"
+#include "RVPropertyList.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+
+// Info.plist files are small; anything bigger than this is not one.
+constexpr qint64 kMaxInfoSize = 8 * 1024 * 1024;
+
+QString infoPlistPath(const QString& bundlePath, RVBundle::Layout layout)
+{
+    return layout == RVBundle::Layout::MacOS ? bundlePath + QStringLiteral("/Contents/Info.plist")
+                                             : bundlePath +
+                                                   QStringLiteral("/Resources/Info-gnustep.plist");
+}
+
+} // namespace
+
+RVBundle::RVBundle(const QString& path, Layout layout) : m_path(path), m_layout(layout) {}
+
+std::optional<RVBundle> RVBundle::bundleWithPath(const QString& path)
+{
+    if (path.isEmpty())
+        return std::nullopt;
+    const QFileInfo info(path);
+    if (!info.isDir())
+        return std::nullopt;
+    const QString clean = QDir::cleanPath(info.absoluteFilePath());
+    const bool gnustep = !QFileInfo(clean + QStringLiteral("/Contents")).isDir() &&
+                         QFileInfo(clean + QStringLiteral("/Resources/Info-gnustep.plist")).exists();
+    RVBundle bundle(clean, gnustep ? Layout::GNUstep : Layout::MacOS);
+    bundle.loadInfoDictionary();
+    return bundle;
+}
+
+std::optional<RVBundle> RVBundle::mainBundle()
+{
+    const QString executable = RVPlatform::current().systemFacts().executablePath();
+    if (executable.isEmpty())
+        return std::nullopt;
+    const QString app = enclosingAppFolder(QFileInfo(executable).absolutePath());
+    return bundleWithPath(app.isNull() ? QFileInfo(executable).absolutePath() : app);
+}
+
+QString RVBundle::enclosingAppFolder(const QString& path)
+{
+    QString candidate = QDir::cleanPath(path);
+    while (!candidate.isEmpty() && candidate != QStringLiteral("/")) {
+        if (candidate.endsWith(QStringLiteral(".app")))
+            return candidate;
+        candidate = QFileInfo(candidate).path();
+    }
+    return {};
+}
+
+void RVBundle::loadInfoDictionary()
+{
+    const QString listPath = infoPlistPath(m_path, m_layout);
+    QFile file(listPath);
+    if (!file.exists())
+        return; // a plain folder has no list; not worth a line
+    if (file.size() > kMaxInfoSize || !file.open(QIODevice::ReadOnly)) {
+        RVLog(QStringLiteral("cannot read property list %@"), listPath);
+        return;
+    }
+    const RVPropertyList::Result result = RVPropertyList::fromData(file.readAll());
+    if (!result.value || result.value->typeId() != QMetaType::QVariantMap) {
+        RVLog(QStringLiteral("malformed property list %@: %@"), listPath,
+              result.value ? QStringLiteral("not a dictionary") : result.error);
+        return;
+    }
+    m_info = result.value->toMap();
+    m_hasInfo = true;
+}
+
+QString RVBundle::resourcePath() const
+{
+    return m_layout == Layout::MacOS ? m_path + QStringLiteral("/Contents/Resources")
+                                     : m_path + QStringLiteral("/Resources");
+}
+
+QString RVBundle::executablePath() const
+{
+    QString name = m_info.value(QStringLiteral("CFBundleExecutable")).toString();
+    if (m_layout == Layout::GNUstep && name.isEmpty())
+        name = m_info.value(QStringLiteral("NSExecutable")).toString();
+    if (m_layout == Layout::GNUstep && name.isEmpty())
+        name = QFileInfo(m_path).completeBaseName(); // GNUstep's own default
+    if (name.isEmpty() || name.contains(u'/'))
+        return {};
+    const QString path = m_layout == Layout::MacOS
+                             ? m_path + QStringLiteral("/Contents/MacOS/") + name
+                             : m_path + u'/' + name;
+    return QFileInfo(path).isFile() ? path : QString();
+}
+
+QString RVBundle::bundleIdentifier() const
+{
+    return m_info.value(QStringLiteral("CFBundleIdentifier")).toString();
+}
+
+QString RVBundle::pathForResourceOfType(const QString& name, const QString& type) const
+{
+    if (name.isEmpty() || name.contains(QStringLiteral("..")))
+        return {};
+    QString fileName = name;
+    if (!type.isEmpty())
+        fileName += (type.startsWith(u'.') ? QString() : QStringLiteral(".")) + type;
+    const QString path = resourcePath() + u'/' + fileName;
+    return QFileInfo::exists(path) ? path : QString();
+}

@@ -1,0 +1,21 @@
+#include "RVPlatform.h"
+
+namespace {
+RVPlatform g_platform;
+}
+
+RVPlatform& RVPlatform::current()
+{
+    return g_platform;
+}
+
+void RVPlatform::install(Services services)
+{
+    Services& s = g_platform.m_services;
+    if (services.systemFacts)
+        s.systemFacts = std::move(services.systemFacts);
+    if (services.userDefaults)
+        s.userDefaults = std::move(services.userDefaults);
+    if (services.launcher)
+        s.launcher = std::move(services.launcher);
+}

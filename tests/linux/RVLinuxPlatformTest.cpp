@@ -1,0 +1,100 @@
+#include "RVLinuxSystemFacts.h"
+#include "RVLinuxUserDefaults.h"
+#include "TempDir.h"
+
+#include <QSettings>
+
+#include <gtest/gtest.h>
+#include <sys/utsname.h>
+
+namespace {
+
+TEST(RVLinuxSystemFacts, KernelReleaseGivesTheThreeParts)
+{
+    struct Case
+    {
+        const char* release;
+        std::optional<int> major, minor, patch;
+    } cases[] = {
+        {"6.1.0-18-amd64", 6, 1, 0},
+        {"5.15.153.1-microsoft-standard-WSL2", 5, 15, 153},
+        {"6.8-rc3", 6, 8, std::nullopt},
+        {"4", 4, std::nullopt, std::nullopt},
+        {"weird", std::nullopt, std::nullopt, std::nullopt},
+        {"99999999999.1.1", std::nullopt, 1, 1},
+    };
+    for (const auto& c : cases) {
+        const auto v = RVLinuxSystemFacts::parseKernelRelease(QString::fromLatin1(c.release));
+        EXPECT_EQ(v.major, c.major) << c.release;
+        EXPECT_EQ(v.minor, c.minor) << c.release;
+        EXPECT_EQ(v.patch, c.patch) << c.release;
+    }
+}
+
+TEST(RVLinuxSystemFacts, GestaltAnswersTheRunningKernel)
+{
+    struct utsname name {};
+    ASSERT_EQ(uname(&name), 0);
+    const auto expected = RVLinuxSystemFacts::parseKernelRelease(QString::fromLatin1(name.release));
+    const RVLinuxSystemFacts facts({});
+    EXPECT_EQ(facts.gestalt(RVFourCC("sys1")), expected.major);
+    EXPECT_EQ(facts.gestalt(RVFourCC("sys2")), expected.minor);
+    EXPECT_EQ(facts.gestalt(RVFourCC("sys3")), expected.patch);
+    EXPECT_FALSE(facts.gestalt(RVFourCC("what")).has_value());
+    EXPECT_GE(facts.appKitVersionNumber(), 1490.0);
+    EXPECT_TRUE(QFileInfo(facts.executablePath()).isFile());
+}
+
+class UserDefaultsTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { qputenv("XDG_CONFIG_HOME", tmp.path().toUtf8()); }
+    void TearDown() override { qunsetenv("XDG_CONFIG_HOME"); }
+
+    void writeDomain(const QString& domain, const QString& key, const QString& value)
+    {
+        QSettings settings(tmp.file(domain + QStringLiteral(".conf")), QSettings::IniFormat);
+        settings.setValue(key, value);
+    }
+    TempDir tmp;
+};
+
+TEST_F(UserDefaultsTest, ArgumentsWinOverTheOwnDomainWhichWinsOverTheGlobalOne)
+{
+    writeDomain(QStringLiteral("com.velmora.test"), QStringLiteral("nosound"), QStringLiteral("NO"));
+    writeDomain(QStringLiteral("com.velmora.test"), QStringLiteral("soundLog"), QStringLiteral("YES"));
+    writeDomain(QStringLiteral("NSGlobalDomain"), QStringLiteral("AppleInterfaceStyle"), QStringLiteral("Dark"));
+    writeDomain(QStringLiteral("NSGlobalDomain"), QStringLiteral("soundLog"), QStringLiteral("NO"));
+    const RVLinuxUserDefaults defaults(
+        {QStringLiteral("/prog"), QStringLiteral("-nosound"), QStringLiteral("YES"),
+         QStringLiteral("-flag"), QStringLiteral("-other"), QStringLiteral("1")},
+        QStringLiteral("com.velmora.test"));
+
+    EXPECT_TRUE(defaults.boolForKey(QStringLiteral("nosound")));
+    EXPECT_TRUE(defaults.boolForKey(QStringLiteral("soundLog")));
+    EXPECT_TRUE(defaults.boolForKey(QStringLiteral("other")));
+    EXPECT_FALSE(defaults.valueForKey(QStringLiteral("flag")).isValid());
+    EXPECT_EQ(defaults.valueForKey(QStringLiteral("AppleInterfaceStyle")).toString(), QStringLiteral("Dark"));
+    EXPECT_FALSE(defaults.valueForKeyInDomain(QStringLiteral("AppleInterfaceStyle"),
+                                              QStringLiteral("com.velmora.test")).isValid());
+    EXPECT_FALSE(defaults.valueForKeyInDomain(QStringLiteral("x"), QStringLiteral("../escape")).isValid());
+}
+
+TEST_F(UserDefaultsTest, BoolForKeyReadsTheUsualSpellings)
+{
+    RVLinuxUserDefaults defaults({QStringLiteral("/prog")}, QStringLiteral("com.velmora.bools"));
+    struct Case
+    {
+        const char* text;
+        bool expected;
+    } cases[] = {{"YES", true}, {"yes", true}, {"true", true}, {"1", true}, {"7", true},
+                 {"NO", false}, {"0", false}, {"false", false}, {"", false}, {"maybe", false}};
+    for (const auto& c : cases) {
+        defaults.setValueForKey(QStringLiteral("k"), QString::fromUtf8(c.text));
+        EXPECT_EQ(defaults.boolForKey(QStringLiteral("k")), c.expected) << c.text;
+    }
+    EXPECT_FALSE(defaults.boolForKey(QStringLiteral("absent")));
+    EXPECT_TRUE(QFile::exists(tmp.file(QStringLiteral("com.velmora.bools.conf"))));
+}
+
+} // namespace

@@ -1,0 +1,111 @@
+#include "FakePlatform.h"
+#include "RVLinuxLauncher.h"
+#include "RVUtilities.h"
+#include "TempDir.h"
+
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class ScriptRunnerTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        platform.facts->home = tmp.mkdir(QStringLiteral("home"));
+        RVPlatform::install({nullptr, nullptr, std::make_shared<RVLinuxLauncher>()});
+    }
+
+    QString script(const QString& name, const QByteArray& body)
+    {
+        return tmp.write(name, "#!/bin/sh\n" + body,
+                         QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    TempDir tmp;
+    FakePlatform platform;
+    LogCapture log;
+};
+
+TEST_F(ScriptRunnerTest, ReturnsInterleavedOutputOfAScriptThatEndsAtOnce)
+{
+    const QString path = script(QStringLiteral("quick.sh"),
+                                "echo out; echo err >&2; echo \"$#:$1|$2\"; pwd; read x || echo no-input\n");
+    const QString output = RVUtilities::runShellScriptWithParametersTimeout(
+        path, QStringList{QStringLiteral("a b"), QStringLiteral("c")}, 10.0);
+    EXPECT_EQ(output, QStringLiteral("out\nerr\n2:a b|c\n%1\nno-input\n").arg(platform.facts->home));
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST_F(ScriptRunnerTest, ExpandsTheTildeToHome)
+{
+    tmp.write(QStringLiteral("home/hello.sh"), "#!/bin/sh\necho hi\n",
+              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    EXPECT_EQ(RVUtilities::runShellScriptWithParametersTimeout(QStringLiteral("~/hello.sh"),
+                                                               std::nullopt, 10.0),
+              QStringLiteral("hi\n"));
+}
+
+TEST_F(ScriptRunnerTest, LimitOfZeroTerminatesAndKeepsTheOutputSoFar)
+{
+    const QString path = script(QStringLiteral("slow.sh"), "echo started\nexec sleep 30\n");
+    const QString output = RVUtilities::runShellScriptWithParametersTimeout(
+        path, QStringList{QStringLiteral("p")}, 0.0);
+    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("script timeout: slow.sh (p)")});
+    // The script may not have printed yet when it was stopped; whatever it printed is kept.
+    EXPECT_TRUE(output == QStringLiteral("started\n") || output.isEmpty()) << output.toStdString();
+}
+
+TEST_F(ScriptRunnerTest, NullParametersPrintAsNullInTheTimeoutLine)
+{
+    const QString path = script(QStringLiteral("slow.sh"), "exec sleep 30\n");
+    RVUtilities::runShellScriptWithParametersTimeout(path, std::nullopt, 0.0);
+    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("script timeout: slow.sh (null)")});
+}
+
+TEST_F(ScriptRunnerTest, MissingScriptAnswersTheFailureText)
+{
+    const QString output = RVUtilities::runShellScriptWithParametersTimeout(
+        tmp.file(QStringLiteral("absent.sh")), std::nullopt, 1.0);
+    EXPECT_TRUE(output.startsWith(QStringLiteral("script absent.sh failed: "))) << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("No such file"))) << output.toStdString();
+}
+
+TEST_F(ScriptRunnerTest, OutputThatIsNotUtf8GivesNull)
+{
+    const QString path = script(QStringLiteral("latin1.sh"), "printf 'caf\\351\\n'\n");
+    EXPECT_TRUE(RVUtilities::runShellScriptWithParametersTimeout(path, std::nullopt, 10.0).isNull());
+    const QString empty = script(QStringLiteral("silent.sh"), "exit 3\n");
+    const QString output = RVUtilities::runShellScriptWithParametersTimeout(empty, std::nullopt, 10.0);
+    EXPECT_FALSE(output.isNull());
+    EXPECT_TRUE(output.isEmpty());
+}
+
+TEST(OpenFile, StartsTheOpenerWithThePathAndDoesNotWait)
+{
+    FakePlatform platform;
+    RVUtilities::openFile(QStringLiteral("/tmp/Read Me.rtf"));
+    ASSERT_EQ(platform.launcher->requests.size(), 1u);
+    EXPECT_EQ(platform.launcher->requests[0].executable, QStringLiteral("/usr/bin/xdg-open"));
+    EXPECT_EQ(platform.launcher->requests[0].arguments, QStringList{QStringLiteral("/tmp/Read Me.rtf")});
+}
+
+TEST(OpenFile, RealOpenerIsStartedDetached)
+{
+    TempDir tmp;
+    FakePlatform platform;
+    RVPlatform::install({nullptr, nullptr, std::make_shared<RVLinuxLauncher>()});
+    const QString marker = tmp.file(QStringLiteral("opened"));
+    platform.facts->opener = tmp.write(QStringLiteral("opener.sh"), "#!/bin/sh\nprintf '%s' \"$1\" > \"$1.opened\"\n",
+                                       QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    RVUtilities::openFile(marker);
+    for (int i = 0; i < 500 && QFileInfo(marker + QStringLiteral(".opened")).size() == 0; ++i)
+        QThread::msleep(10);
+    QFile f(marker + QStringLiteral(".opened"));
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(f.readAll()), marker);
+}
+
+} // namespace

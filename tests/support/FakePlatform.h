@@ -1,0 +1,109 @@
+#pragma once
+
+#include "RVLog.h"
+#include "RVPlatform.h"
+
+#include <QHash>
+#include <QStringList>
+
+#include <map>
+#include <mutex>
+
+// Facts the test decides. Gestalt answers are set per selector; an absent one fails.
+class FakeSystemFacts : public RVSystemFacts
+{
+public:
+    std::map<RVOSType, std::int32_t> gestaltAnswers;
+    double appKit = 2487.0;
+    QLocale locale = QLocale::c();
+    QStringList arguments{QStringLiteral("/fake/VelmoraInstaller")};
+    QString executable = QStringLiteral("/fake/VelmoraInstaller");
+    QString home = QStringLiteral("/fake/home");
+    QString opener = QStringLiteral("/usr/bin/xdg-open");
+
+    std::optional<std::int32_t> gestalt(RVOSType selector) const override
+    {
+        const auto it = gestaltAnswers.find(selector);
+        return it == gestaltAnswers.end() ? std::nullopt : std::optional(it->second);
+    }
+    double appKitVersionNumber() const override { return appKit; }
+    QLocale currentLocale() const override { return locale; }
+    QStringList processArguments() const override { return arguments; }
+    QString executablePath() const override { return executable; }
+    QString homeDirectory() const override { return home; }
+    QString openerPath() const override { return opener; }
+};
+
+class FakeUserDefaults : public RVUserDefaults
+{
+public:
+    QHash<QString, QHash<QString, QVariant>> domains; // "" is the search list's result
+    QVariant valueForKey(const QString& key) const override { return domains[{}].value(key); }
+    QVariant valueForKeyInDomain(const QString& key, const QString& domain) const override
+    {
+        return domains[domain].value(key);
+    }
+    void setValueForKey(const QString& key, const QVariant& value) override
+    {
+        domains[{}].insert(key, value);
+    }
+};
+
+// Records every launch and starts nothing.
+class FakeLauncher : public RVLauncher
+{
+public:
+    std::vector<RVLaunchRequest> requests;
+    QString failWith; // when set, every launch fails with this error
+    RVLaunchResult launch(const RVLaunchRequest& request) override
+    {
+        requests.push_back(request);
+        return {nullptr, failWith.isEmpty() ? QStringLiteral("fake launcher") : failWith};
+    }
+};
+
+// Installs fresh fakes for the duration of a test and puts the previous services back.
+class FakePlatform
+{
+public:
+    FakePlatform()
+        : facts(std::make_shared<FakeSystemFacts>()),
+          defaults(std::make_shared<FakeUserDefaults>()),
+          launcher(std::make_shared<FakeLauncher>()), m_saved(RVPlatform::current().services())
+    {
+        RVPlatform::install({facts, defaults, launcher});
+    }
+    ~FakePlatform() { RVPlatform::install(m_saved); }
+
+    std::shared_ptr<FakeSystemFacts> facts;
+    std::shared_ptr<FakeUserDefaults> defaults;
+    std::shared_ptr<FakeLauncher> launcher;
+
+private:
+    RVPlatform::Services m_saved;
+};
+
+// Collects log lines (the text after the line's prefix) while it lives.
+class LogCapture
+{
+public:
+    LogCapture()
+    {
+        RVLogging::setSink([this](const QString& line) {
+            std::lock_guard lock(m_mutex);
+            const qsizetype text = line.indexOf(QStringLiteral("] "));
+            m_lines << (text < 0 ? line : line.mid(text + 2));
+        });
+    }
+    ~LogCapture() { RVLogging::setSink(nullptr); }
+
+    QStringList lines() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_lines;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QStringList m_lines;
+};
