@@ -2,8 +2,9 @@
 #include "RVBundle.h"
 #include "TempDir.h"
 
+#include "BinaryPlist.h"
+
 #include <gtest/gtest.h>
-#include <plist/plist.h>
 
 namespace {
 
@@ -14,18 +15,6 @@ const QByteArray kInfoXml = R"(<?xml version="1.0" encoding="UTF-8"?>
 <key>CFBundleSignature</key><string>VDMO</string>
 </dict></plist>)";
 
-QByteArray binaryOf(const QByteArray& xml)
-{
-    plist_t root = nullptr;
-    plist_from_xml(xml.constData(), uint32_t(xml.size()), &root);
-    char* bin = nullptr;
-    uint32_t length = 0;
-    plist_to_bin(root, &bin, &length);
-    QByteArray out(bin, qsizetype(length));
-    free(bin);
-    plist_free(root);
-    return out;
-}
 
 class BundleTest : public ::testing::Test
 {
@@ -47,7 +36,7 @@ protected:
 
 TEST_F(BundleTest, ReadsTheMacLayoutInXmlAndBinaryForm)
 {
-    for (const QByteArray& info : {kInfoXml, binaryOf(kInfoXml)}) {
+    for (const QByteArray& info : {kInfoXml, binaryPlistOf(kInfoXml)}) {
         const QString path = makeMacBundle(QStringLiteral("Demo.app"), info);
         const auto bundle = RVBundle::bundleWithPath(path);
         ASSERT_TRUE(bundle);

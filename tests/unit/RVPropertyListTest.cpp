@@ -2,8 +2,9 @@
 
 #include <QDateTime>
 
+#include "BinaryPlist.h"
+
 #include <gtest/gtest.h>
-#include <plist/plist.h>
 
 namespace {
 
@@ -33,18 +34,6 @@ QVariantMap expectedDictionary()
             {QStringLiteral("Blob"), QByteArray("\x00\x01\x02", 3)}};
 }
 
-QByteArray toBinary(const QByteArray& xml)
-{
-    plist_t root = nullptr;
-    plist_from_xml(xml.constData(), uint32_t(xml.size()), &root);
-    char* bin = nullptr;
-    uint32_t length = 0;
-    plist_to_bin(root, &bin, &length);
-    QByteArray out(bin, qsizetype(length));
-    free(bin);
-    plist_free(root);
-    return out;
-}
 
 TEST(RVPropertyList, ReadsXmlAndBinaryAlike)
 {
@@ -52,7 +41,7 @@ TEST(RVPropertyList, ReadsXmlAndBinaryAlike)
     ASSERT_TRUE(xml.value) << xml.error.toStdString();
     EXPECT_EQ(xml.value->toMap(), expectedDictionary());
 
-    const QByteArray binary = toBinary(kXml);
+    const QByteArray binary = binaryPlistOf(kXml);
     ASSERT_TRUE(binary.startsWith("bplist00"));
     const auto bin = RVPropertyList::fromData(binary);
     ASSERT_TRUE(bin.value) << bin.error.toStdString();
