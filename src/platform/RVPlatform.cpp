@@ -18,4 +18,10 @@ void RVPlatform::install(Services services)
         s.userDefaults = std::move(services.userDefaults);
     if (services.launcher)
         s.launcher = std::move(services.launcher);
+    if (services.clock)
+        s.clock = std::move(services.clock);
+    if (services.processTable)
+        s.processTable = std::move(services.processTable);
+    if (services.windowSystem)
+        s.windowSystem = std::move(services.windowSystem);
 }

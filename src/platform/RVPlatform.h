@@ -1,8 +1,11 @@
 #pragma once
 
+#include "RVClock.h"
 #include "RVLauncher.h"
+#include "RVProcessTable.h"
 #include "RVSystemFacts.h"
 #include "RVUserDefaults.h"
+#include "RVWindowSystem.h"
 
 #include <memory>
 
@@ -15,9 +18,12 @@ public:
 
     struct Services
     {
-        std::shared_ptr<RVSystemFacts> systemFacts;
-        std::shared_ptr<RVUserDefaults> userDefaults;
-        std::shared_ptr<RVLauncher> launcher;
+        std::shared_ptr<RVSystemFacts> systemFacts = nullptr;
+        std::shared_ptr<RVUserDefaults> userDefaults = nullptr;
+        std::shared_ptr<RVLauncher> launcher = nullptr;
+        std::shared_ptr<RVClock> clock = nullptr;
+        std::shared_ptr<RVProcessTable> processTable = nullptr;
+        std::shared_ptr<RVWindowSystem> windowSystem = nullptr;
     };
     // Replaces the services whose pointers are set and keeps the others.
     static void install(Services services);
@@ -25,6 +31,9 @@ public:
     RVSystemFacts& systemFacts() const { return *m_services.systemFacts; }
     RVUserDefaults& userDefaults() const { return *m_services.userDefaults; }
     RVLauncher& launcher() const { return *m_services.launcher; }
+    RVClock& clock() const { return *m_services.clock; }
+    RVProcessTable& processTable() const { return *m_services.processTable; }
+    RVWindowSystem& windowSystem() const { return *m_services.windowSystem; }
 
     const Services& services() const { return m_services; }
 

@@ -15,7 +15,7 @@ protected:
     void SetUp() override
     {
         platform.facts->home = tmp.mkdir(QStringLiteral("home"));
-        RVPlatform::install({nullptr, nullptr, std::make_shared<RVLinuxLauncher>()});
+        RVPlatform::install({.launcher = std::make_shared<RVLinuxLauncher>()});
     }
 
     QString script(const QString& name, const QByteArray& body)
@@ -96,7 +96,7 @@ TEST(OpenFile, RealOpenerIsStartedDetached)
 {
     TempDir tmp;
     FakePlatform platform;
-    RVPlatform::install({nullptr, nullptr, std::make_shared<RVLinuxLauncher>()});
+    RVPlatform::install({.launcher = std::make_shared<RVLinuxLauncher>()});
     const QString marker = tmp.file(QStringLiteral("opened"));
     platform.facts->opener = tmp.write(QStringLiteral("opener.sh"), "#!/bin/sh\nprintf '%s' \"$1\" > \"$1.opened\"\n",
                                        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);

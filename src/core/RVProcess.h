@@ -1,0 +1,118 @@
+#pragma once
+
+#include "RVCoreOnly.h"
+#include "RVFourCharCode.h"
+#include "RVProcessTable.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QVariant>
+#include <QVariantMap>
+
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+extern const QString RVPlatformCocoa;
+extern const QString RVPlatformCarbon;
+extern const QString RVPlatformJava;
+extern const QString RVPlatformClassic;
+
+// One running application. Objects come only from the class look-ups, which go through a
+// process-wide cache (most recently used first), so a process has at most one live object.
+class RVProcess
+{
+public:
+    using Ptr = std::shared_ptr<RVProcess>;
+    static constexpr qsizetype kNotFound = std::numeric_limits<qint64>::max();
+
+    // Look-ups (RVProcess.cpp)
+    static std::vector<Ptr> allProcesses();
+    static Ptr currentProcess();
+    static Ptr frontProcess();
+    static Ptr processWithSerialNumber(RVSerialNumber psn);
+    static Ptr processWithPID(pid_t pid);
+    static Ptr processWithSignature(RVOSType signature);
+    static Ptr processWithIdentifier(const QString& identifier);
+    static qsizetype indexOfCachedProcessWithSerialNumber(RVSerialNumber psn);
+    static Ptr cachedProcessWithSerialNumber(RVSerialNumber psn);
+    static void cleanupCache();
+    static std::vector<Ptr> cachedProcesses();
+    static void resetCacheForTesting();
+
+    bool getProcessInfo();
+    RVSerialNumber serialNumber() const { return m_psn; }
+    pid_t unixPID() const;
+    bool isSameProcess(RVSerialNumber psn) const;
+    bool isStillRunning() const;
+    bool isEqual(const RVProcess* other) const;
+    std::uint32_t hash() const;
+    int compare(RVProcess& other);
+    QString description();
+
+    // Properties (RVProcessProperties.cpp)
+    QString name();
+    RVOSType signature();
+    QString signatureString();
+    QString signatureHexString();
+    QString path();
+    std::optional<QVariantMap> infoDictionary();
+    QString identifier();
+    QString version();
+    QString displayName();
+    QString carbonVersion();
+    int majorVersionNumber();
+    bool isAtLeastVersion(const QString& other);
+    bool isFrontProcess();
+    bool isBackgroundOnly();
+    bool isCocoa();
+    bool isClassic();
+    QString platform();
+    QDateTime launchDate();
+    float secondsRunning();
+    float cpuTime();
+    QVariant infoForKey(const QString& key);
+    void setInfoForKey(const QVariant& value, const QString& key);
+    QVariant info() { return infoForKey(QString("")); }
+    void setInfo(const QVariant& value) { setInfoForKey(value, QString("")); }
+
+    // Quitting and steering (RVProcessControl.cpp)
+    bool quitRunningApplicationWithTimeout(float timeout);
+    void quit();
+    void sendAppleEventClassEventIDTimeout(RVOSType eventClass, RVOSType eventID, float timeout);
+    void wakeUp();
+    void setHidden(bool hidden);
+    void setFrontProcess();
+    void setFrontProcessFrontWindowOnly();
+    void temporarilySwitchOut();
+
+    explicit RVProcess(RVSerialNumber psn); // for the cache only; use the look-ups
+
+private:
+
+    const RVSerialNumber m_psn;
+    // Properties are filled lazily and may be asked from two threads.
+    mutable std::recursive_mutex m_mutex;
+    std::optional<QVariantMap> m_infoDictionary;
+    RVOSType m_signature = 0;
+    QString m_name;
+    QString m_displayName;
+    QString m_path;
+    QString m_version;
+    std::optional<QDateTime> m_launchDate;
+    int m_cocoaStatus = 0;
+    int m_classicStatus = 0;
+    std::optional<QVariantMap> m_customInfo;
+};
+
+// Seconds since the epoch at which pid started; 0.0 when unknown.
+double proc_start_time(pid_t pid);
+// Processor seconds pid used in user mode; 0.0 when unknown.
+float proc_cpu_time(pid_t pid);
+// The "minutes:seconds" form in which ps prints processor time: "  1:02.50" is 62.5;
+// text without ':' is 0.0.
+float procCpuTimeFromPsOutput(const QString& text);
+// The version text of a 'vers' resource record (four bytes at least); null when shorter.
+QString versionFromVersRecord(const QByteArray& record);

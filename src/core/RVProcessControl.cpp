@@ -1,0 +1,149 @@
+#include "RVProcess.h"
+
+#include "RVLog.h"
+#include "RVPlatform.h"
+
+namespace {
+
+RVProcessTable& table()
+{
+    return RVPlatform::current().processTable();
+}
+
+RVWindowSystem& windowSystem()
+{
+    return RVPlatform::current().windowSystem();
+}
+
+// Error numbers of the close-window path, in the spirit of the event manager's.
+constexpr int kNoDisplayError = -1;
+constexpr int kNoWindowError = -2;
+constexpr int kSendError = -3;
+constexpr int kEventNotHandledError = -1708;
+
+struct Phase
+{
+    bool (RVProcessTable::*request)(RVSerialNumber);
+    const char* stoppedLine;
+    const char* terminatedLine;
+};
+
+// One phase of quitting: a request about once a millisecond until the process has gone or
+// the time is up. Answers whether it went.
+std::optional<bool> runQuitPhase(RVProcess& process, const QString& name, float timeout,
+                                 const Phase& phase)
+{
+    RVClock& clock = RVPlatform::current().clock();
+    const double start = clock.now();
+    int attempts = 1;
+    for (;;) {
+        if (double(timeout) <= clock.now() - start)
+            return std::nullopt; // time is up; the caller goes on
+        if (!(table().*phase.request)(process.serialNumber())) {
+            RVLog(QString::fromLatin1(phase.stoppedLine), name, clock.now() - start, attempts);
+            return true;
+        }
+        clock.sleepMicroseconds(1000);
+        const bool terminated = table().isTerminated(process.serialNumber());
+        ++attempts;
+        if (terminated) {
+            RVLog(QString::fromLatin1(phase.terminatedLine), name, clock.now() - start, attempts - 1);
+            return true;
+        }
+    }
+}
+
+} // namespace
+
+bool RVProcess::quitRunningApplicationWithTimeout(float timeout)
+{
+    const QString processName = name();
+    const pid_t pid = unixPID();
+    if (pid == 0) {
+        RVLog(QStringLiteral("cannot quit %@: no pid"), processName);
+        return false;
+    }
+    if (!table().processForPID(pid)) {
+        RVLog(QStringLiteral("cannot quit %@: no process found"), processName);
+        return false;
+    }
+    const Phase polite{&RVProcessTable::terminate,
+                       "quit %@: process stopped after %1.3fs (%d attempts)",
+                       "quit %@: terminated after %1.3fs (%d attempts)"};
+    if (runQuitPhase(*this, processName, timeout, polite))
+        return true;
+    const Phase force{&RVProcessTable::forceTerminate,
+                      "foce-quit %@: process stopped after %1.3fs (%d attempts)",
+                      "force-quit %@: terminated after %1.3fs (%d attempts)"};
+    if (runQuitPhase(*this, processName, timeout, force))
+        return true;
+    RVLog(QStringLiteral("quitting %@ failed"), processName);
+    return false;
+}
+
+void RVProcess::quit()
+{
+    const QString processName = name();
+    if (quitRunningApplicationWithTimeout(4.0f))
+        return;
+    // The quit request of the desktop: ask every window of the process to close.
+    switch (windowSystem().closeProcessWindows(unixPID())) {
+    case RVWindowSystem::CloseResult::Sent:
+        return;
+    case RVWindowSystem::CloseResult::NoDisplay:
+        RVLog(QStringLiteral("quitting %@ failed (%d; could not create descriptor)"), processName,
+              kNoDisplayError);
+        return;
+    case RVWindowSystem::CloseResult::NoWindow:
+        RVLog(QStringLiteral("quitting %@ failed (%d; could not create event)"), processName,
+              kNoWindowError);
+        return;
+    case RVWindowSystem::CloseResult::SendFailed:
+        RVLog(QStringLiteral("quitting %@ failed (%d; could not send event)"), processName, kSendError);
+        return;
+    }
+}
+
+void RVProcess::sendAppleEventClassEventIDTimeout(RVOSType eventClass, RVOSType eventID, float timeout)
+{
+    (void)timeout; // a window message is not answered, so there is nothing to wait for
+    int error = kEventNotHandledError;
+    if (eventClass == RVFourCC("aevt") && eventID == RVFourCC("quit")) {
+        switch (windowSystem().closeProcessWindows(unixPID())) {
+        case RVWindowSystem::CloseResult::Sent: error = 0; break;
+        case RVWindowSystem::CloseResult::NoDisplay: error = kNoDisplayError; break;
+        case RVWindowSystem::CloseResult::NoWindow: error = kNoWindowError; break;
+        case RVWindowSystem::CloseResult::SendFailed: error = kSendError; break;
+        }
+    }
+    if (error != 0)
+        RVLog(QStringLiteral("*** event error: %d"), error);
+}
+
+void RVProcess::wakeUp()
+{
+    table().wakeUp(m_psn);
+}
+
+void RVProcess::setHidden(bool hidden)
+{
+    windowSystem().setProcessHidden(unixPID(), hidden);
+}
+
+void RVProcess::setFrontProcess()
+{
+    windowSystem().activateProcess(unixPID(), false);
+}
+
+void RVProcess::setFrontProcessFrontWindowOnly()
+{
+    windowSystem().activateProcess(unixPID(), true);
+}
+
+void RVProcess::temporarilySwitchOut()
+{
+    if (const Ptr current = currentProcess())
+        current->setFrontProcess();
+    setFrontProcessFrontWindowOnly();
+    wakeUp();
+}

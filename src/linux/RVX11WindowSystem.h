@@ -1,0 +1,14 @@
+#pragma once
+
+#include "RVWindowSystem.h"
+
+// EWMH through xcb. Each call opens its own connection, so any thread may call, and a
+// missing display simply gives the neutral answer.
+class RVX11WindowSystem : public RVWindowSystem
+{
+public:
+    std::optional<pid_t> activeWindowProcess() override;
+    bool activateProcess(pid_t pid, bool frontWindowOnly) override;
+    bool setProcessHidden(pid_t pid, bool hidden) override;
+    CloseResult closeProcessWindows(pid_t pid) override;
+};
