@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FakeProcessTable.h"
 #include "RVLog.h"
 #include "RVPlatform.h"
 
@@ -69,15 +70,20 @@ public:
     FakePlatform()
         : facts(std::make_shared<FakeSystemFacts>()),
           defaults(std::make_shared<FakeUserDefaults>()),
-          launcher(std::make_shared<FakeLauncher>()), m_saved(RVPlatform::current().services())
+          launcher(std::make_shared<FakeLauncher>()), clock(std::make_shared<FakeClock>()),
+          processTable(std::make_shared<FakeProcessTable>()),
+          windowSystem(std::make_shared<FakeWindowSystem>()), m_saved(RVPlatform::current().services())
     {
-        RVPlatform::install({facts, defaults, launcher});
+        RVPlatform::install({facts, defaults, launcher, clock, processTable, windowSystem});
     }
     ~FakePlatform() { RVPlatform::install(m_saved); }
 
     std::shared_ptr<FakeSystemFacts> facts;
     std::shared_ptr<FakeUserDefaults> defaults;
     std::shared_ptr<FakeLauncher> launcher;
+    std::shared_ptr<FakeClock> clock;
+    std::shared_ptr<FakeProcessTable> processTable;
+    std::shared_ptr<FakeWindowSystem> windowSystem;
 
 private:
     RVPlatform::Services m_saved;

@@ -1,0 +1,232 @@
+#include "FakePlatform.h"
+#include "RVProcess.h"
+#include "TempDir.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class ProcessTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { RVProcess::resetCacheForTesting(); }
+    void TearDown() override { RVProcess::resetCacheForTesting(); }
+
+    FakePlatform platform;
+    FakeProcessTable& table = *platform.processTable;
+    LogCapture log;
+};
+
+TEST_F(ProcessTest, EveryLookUpOfOneProcessGivesTheSameObject)
+{
+    table.add(10, QStringLiteral("Alpha"), "ALFA").info = {{QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.alpha")}};
+    table.add(20, QStringLiteral("Beta"), "BETA");
+    const auto all = RVProcess::allProcesses();
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_EQ(RVProcess::processWithPID(10), all[0]);
+    EXPECT_EQ(RVProcess::processWithSerialNumber({1000, 20}), all[1]);
+    EXPECT_EQ(RVProcess::processWithSignature(RVFourCC("BETA")), all[1]);
+    EXPECT_EQ(RVProcess::processWithIdentifier(QStringLiteral("com.example.alpha")), all[0]);
+    EXPECT_EQ(RVProcess::cachedProcesses().size(), 2u);
+}
+
+TEST_F(ProcessTest, ACacheHitMovesToTheFrontAndKeepsTheOthersInOrder)
+{
+    for (pid_t pid = 1; pid <= 5; ++pid)
+        RVProcess::processWithSerialNumber({7, std::uint32_t(pid)});
+    // Inserted at the front each time: 5 4 3 2 1. Index 3 holds pid 2.
+    ASSERT_EQ(RVProcess::indexOfCachedProcessWithSerialNumber({7, 2}), 3);
+    RVProcess::cachedProcessWithSerialNumber({7, 2});
+    std::vector<std::uint32_t> order;
+    for (const auto& p : RVProcess::cachedProcesses())
+        order.push_back(p->serialNumber().low);
+    EXPECT_EQ(order, (std::vector<std::uint32_t>{2, 5, 4, 3, 1}));
+    EXPECT_EQ(RVProcess::indexOfCachedProcessWithSerialNumber({8, 2}), RVProcess::kNotFound);
+    EXPECT_EQ(RVProcess::cachedProcessWithSerialNumber({8, 2}), nullptr);
+}
+
+TEST_F(ProcessTest, CleanupRemovesEveryEndedEntryIncludingAdjacentOnes)
+{
+    for (pid_t pid = 1; pid <= 5; ++pid)
+        table.add(pid, QStringLiteral("P%1").arg(pid), "????");
+    RVProcess::allProcesses(); // cache: 5 4 3 2 1
+    table.processes[4].running = false;
+    table.processes[3].running = false;
+    table.processes[1].running = false;
+    RVProcess::cleanupCache();
+    std::vector<std::uint32_t> left;
+    for (const auto& p : RVProcess::cachedProcesses())
+        left.push_back(p->serialNumber().low);
+    EXPECT_EQ(left, (std::vector<std::uint32_t>{5, 2}));
+}
+
+TEST_F(ProcessTest, CurrentProcessAsksAgainAfterAFailureAndThenKeepsItsAnswer)
+{
+    table.add(42, QStringLiteral("Installer"), "VLMI");
+    table.current = 42;
+    table.currentProcessFailures = 1;
+    EXPECT_EQ(RVProcess::currentProcess(), nullptr);
+    const auto current = RVProcess::currentProcess();
+    ASSERT_NE(current, nullptr);
+    EXPECT_EQ(current->unixPID(), 42);
+    table.current.reset();
+    EXPECT_EQ(RVProcess::currentProcess(), current);
+}
+
+TEST_F(ProcessTest, LookUpsBySignatureAndIdentifier)
+{
+    table.add(5, QStringLiteral("Unreadable"), "SAME").informationReadable = false;
+    table.add(7, QStringLiteral("First"), "SAME").info = {{QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.app")}};
+    table.add(9, QStringLiteral("Second"), "SAME");
+    EXPECT_EQ(RVProcess::processWithSignature(RVFourCC("SAME"))->unixPID(), 7);
+    EXPECT_EQ(RVProcess::processWithSignature(RVFourCC("NONE")), nullptr);
+    EXPECT_EQ(RVProcess::processWithIdentifier(QStringLiteral("com.example.App")), nullptr);
+    EXPECT_EQ(RVProcess::processWithIdentifier(QStringLiteral("com.example.app"))->unixPID(), 7);
+    EXPECT_EQ(RVProcess::processWithPID(99), nullptr);
+}
+
+TEST_F(ProcessTest, IdentityHashOrderAndDescription)
+{
+    table.add(3, QStringLiteral("zeta"), "ZETA", 0xFFFFFFFF);
+    table.add(4, QStringLiteral("Alpha"), "ALFA");
+    table.add(6, QStringLiteral("Hidden"), "HIDE").informationReadable = false;
+    const auto zeta = RVProcess::processWithPID(3), alpha = RVProcess::processWithPID(4);
+    EXPECT_TRUE(zeta->isEqual(zeta.get()));
+    EXPECT_FALSE(zeta->isEqual(alpha.get()));
+    EXPECT_FALSE(zeta->isEqual(nullptr));
+    EXPECT_EQ(zeta->hash(), 2u); // 0xFFFFFFFF + 3 wraps
+    EXPECT_EQ(alpha->compare(*zeta), -1);
+    EXPECT_EQ(zeta->compare(*alpha), 1);
+    EXPECT_EQ(alpha->description(), QStringLiteral("Process \"Alpha\" (ALFA) 1.0"));
+    EXPECT_EQ(RVProcess::processWithPID(6)->description(), QStringLiteral("Process \"\" () 1.0"));
+}
+
+TEST_F(ProcessTest, VersionFollowsTheBundleKeysAndKeepsItsFallback)
+{
+    TempDir tmp;
+    struct Case
+    {
+        const char* name;
+        QByteArray info; // empty: no Info.plist at all
+        const char* expected;
+    } cases[] = {
+        {"Dotted", "{ CFBundleShortVersionString = \"2.1.4\"; CFBundleVersion = 900; }", "2.1.4"},
+        {"NoDot", "{ CFBundleShortVersionString = 5; CFBundleVersion = 512; }", "512"},
+        {"OnlyBundleVersion", "{ CFBundleVersion = \"77b\"; }", "77b"},
+        {"NumberVersion", "<?xml version=\"1.0\"?><plist><dict><key>CFBundleVersion</key><integer>3</integer></dict></plist>", "1.0"},
+        {"NoInfo", "", "1.0"},
+    };
+    pid_t pid = 100;
+    for (const auto& c : cases) {
+        const QString app = tmp.mkdir(QString::fromUtf8(c.name) + QStringLiteral(".app/Contents"));
+        if (!c.info.isEmpty())
+            tmp.write(QString::fromUtf8(c.name) + QStringLiteral(".app/Contents/Info.plist"), c.info);
+        table.add(++pid, QString::fromUtf8(c.name), "????").location = tmp.file(QString::fromUtf8(c.name) + QStringLiteral(".app"));
+        EXPECT_EQ(RVProcess::processWithPID(pid)->version(), QString::fromUtf8(c.expected)) << c.name;
+    }
+    // "1.0" is kept even when the process could later be read.
+    table.add(200, QStringLiteral("Late"), "LATE").informationReadable = false;
+    const auto late = RVProcess::processWithPID(200);
+    EXPECT_EQ(late->version(), QStringLiteral("1.0"));
+    table.processes[200].informationReadable = true;
+    table.processes[200].location = tmp.file(QStringLiteral("Dotted.app"));
+    EXPECT_EQ(late->version(), QStringLiteral("1.0"));
+}
+
+TEST_F(ProcessTest, CarbonVersionDecodesTheVersRecord)
+{
+    struct Case
+    {
+        QByteArray bytes;
+        const char* expected;
+    } cases[] = {
+        {QByteArray::fromHex("00802101"), "1.2.1"}, {QByteArray::fromHex("00802012"), "12.2"},
+        {QByteArray::fromHex("03601001"), "1.1b3"}, {QByteArray::fromHex("02201501"), "1.1.5d2"},
+        {QByteArray::fromHex("05802301"), "1.2.35"}, {QByteArray::fromHex("01401001ffff"), "1.1a1"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(versionFromVersRecord(c.bytes), QString::fromLatin1(c.expected)) << c.bytes.toHex().constData();
+    EXPECT_TRUE(versionFromVersRecord(QByteArray::fromHex("008021")).isNull());
+
+    // A program without a bundle takes its version from the record.
+    auto& tool = table.add(300, QStringLiteral("tool"), "TOOL");
+    tool.location = QStringLiteral("/usr/local/bin/tool");
+    tool.versResource = QByteArray::fromHex("03601001");
+    EXPECT_EQ(RVProcess::processWithPID(300)->version(), QStringLiteral("1.1b3"));
+}
+
+TEST_F(ProcessTest, SignatureTextsAndVersionTests)
+{
+    table.add(1, QStringLiteral("A"), "ABCD");
+    auto& high = table.add(2, QStringLiteral("B"), "ABCD");
+    high.signature = 0x80414243;
+    const auto a = RVProcess::processWithPID(1), b = RVProcess::processWithPID(2);
+    EXPECT_EQ(a->signatureHexString(), QStringLiteral("41424344"));
+    EXPECT_EQ(b->signatureHexString(), QStringLiteral("FFFFFF80414243"));
+    EXPECT_EQ(a->signatureString(), QStringLiteral("ABCD"));
+
+    struct Case
+    {
+        const char* version;
+        const char* other;
+        bool expected;
+    } cases[] = {{"2.0", "2.0.1", false}, {"2.0", "1.9.9", true}, {"2", "2.0", true},
+                 {"2.0.1", "2.0", true}, {"10.0", "9.9", true}, {"1.2", "1.10", false}};
+    TempDir tmp;
+    pid_t pid = 60;
+    for (const auto& c : cases) {
+        const QString name = QStringLiteral("V%1").arg(pid);
+        tmp.write(name + QStringLiteral(".app/Contents/Info.plist"),
+                  QStringLiteral("{ CFBundleShortVersionString = \"%1\"; CFBundleVersion = \"%1\"; }")
+                      .arg(QString::fromLatin1(c.version)).toUtf8());
+        table.add(++pid, name, "VVVV").location = tmp.file(name + QStringLiteral(".app"));
+        EXPECT_EQ(RVProcess::processWithPID(pid)->isAtLeastVersion(QString::fromLatin1(c.other)), c.expected)
+            << c.version << " >= " << c.other;
+    }
+}
+
+TEST_F(ProcessTest, KindStoreAndLaunchDate)
+{
+    auto& java = table.add(1, QStringLiteral("J"), "JAVA");
+    java.info = {{QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.Tool.java")},
+                 {QStringLiteral("LSUIElement"), true}};
+    java.startTime = 1'700'000'000.5;
+    java.userTime = 2.25;
+    const auto p = RVProcess::processWithPID(1);
+    EXPECT_EQ(p->platform(), RVPlatformJava); // no NSPrincipalClass, so not Cocoa
+    EXPECT_FALSE(p->isClassic());
+    EXPECT_TRUE(p->isBackgroundOnly());
+    EXPECT_EQ(p->launchDate(), QDateTime::fromMSecsSinceEpoch(1'700'000'000'500, Qt::UTC));
+    EXPECT_FLOAT_EQ(p->cpuTime(), 2.25f);
+
+    EXPECT_FALSE(p->info().isValid());
+    p->setInfo(QStringLiteral("x"));
+    p->setInfoForKey(5, QStringLiteral("k"));
+    EXPECT_EQ(p->info().toString(), QStringLiteral("x"));
+    EXPECT_EQ(p->infoForKey(QStringLiteral("k")).toInt(), 5);
+    p->setInfoForKey(QVariant(), QStringLiteral("k"));
+    EXPECT_FALSE(p->infoForKey(QStringLiteral("k")).isValid());
+
+    // An ended process has no pid: its launch date is now, with the line.
+    table.add(2, QStringLiteral("Gone"), "GONE");
+    const auto gone = RVProcess::processWithPID(2);
+    table.processes[2].running = false;
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    EXPECT_GE(gone->launchDate(), before.addSecs(-1));
+    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("*** Cannot get launch date for (null)")});
+    EXPECT_EQ(gone->cpuTime(), 0.0f);
+}
+
+TEST(ProcCpuTime, ReadsTheMinutesAndSecondsForm)
+{
+    struct Case
+    {
+        const char* text;
+        float expected;
+    } cases[] = {{"  1:02.50", 62.5f}, {"0:00.01\n", 0.01f}, {"12:00", 720.0f},
+                 {"no colon", 0.0f}, {"", 0.0f}, {"x:5", 5.0f}, {"3:abc", 180.0f}};
+    for (const auto& c : cases)
+        EXPECT_FLOAT_EQ(procCpuTimeFromPsOutput(QString::fromLatin1(c.text)), c.expected) << c.text;
+}
+
+} // namespace
