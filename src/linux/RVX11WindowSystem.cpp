@@ -81,7 +81,38 @@ public:
         return atom;
     }
 
-    bool flush() { return xcb_flush(m_connection) > 0 && !xcb_connection_has_error(m_connection); }
+    // The server's current time: window managers weigh activation requests by their
+    // timestamp and may ignore one without. An empty property change on a window of our
+    // own is answered with a PropertyNotify that carries the time.
+    xcb_timestamp_t serverTime()
+    {
+        const xcb_window_t probe = xcb_generate_id(m_connection);
+        const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, probe, root(), -1, -1, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
+        xcb_change_property(m_connection, XCB_PROP_MODE_APPEND, probe, XCB_ATOM_WM_NAME,
+                            XCB_ATOM_STRING, 8, 0, nullptr);
+        xcb_flush(m_connection);
+        xcb_timestamp_t time = XCB_CURRENT_TIME;
+        while (xcb_generic_event_t* event = xcb_wait_for_event(m_connection)) {
+            const bool found = (event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY;
+            if (found)
+                time = reinterpret_cast<xcb_property_notify_event_t*>(event)->time;
+            free(event);
+            if (found)
+                break;
+        }
+        xcb_destroy_window(m_connection, probe);
+        return time;
+    }
+
+    // Sends what is queued and waits until the server has handled it, so that the requests
+    // are not lost with a connection that closes right after.
+    bool flush()
+    {
+        free(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+        return !xcb_connection_has_error(m_connection);
+    }
 
 private:
     xcb_connection_t* m_connection = nullptr;
@@ -115,10 +146,11 @@ bool RVX11WindowSystem::activateProcess(pid_t pid, bool frontWindowOnly)
         return false;
     if (frontWindowOnly)
         windows.erase(windows.begin(), windows.end() - 1);
+    const xcb_timestamp_t time = c.serverTime();
     // Bottom to top, so that the process's topmost window ends up active.
     for (xcb_window_t window : windows)
-        xcb_ewmh_request_change_active_window(c.ewmh(), c.screen(), window, kSource,
-                                              XCB_CURRENT_TIME, XCB_WINDOW_NONE);
+        xcb_ewmh_request_change_active_window(c.ewmh(), c.screen(), window, kSource, time,
+                                              XCB_WINDOW_NONE);
     return c.flush();
 }
 
@@ -144,7 +176,7 @@ bool RVX11WindowSystem::setProcessHidden(pid_t pid, bool hidden)
                            reinterpret_cast<const char*>(&event));
         } else {
             xcb_ewmh_request_change_active_window(c.ewmh(), c.screen(), window, kSource,
-                                                  XCB_CURRENT_TIME, XCB_WINDOW_NONE);
+                                                  c.serverTime(), XCB_WINDOW_NONE);
         }
     }
     return c.flush();
@@ -158,7 +190,8 @@ RVWindowSystem::CloseResult RVX11WindowSystem::closeProcessWindows(pid_t pid)
     const std::vector<xcb_window_t> windows = c.windowsOf(pid);
     if (windows.empty())
         return CloseResult::NoWindow;
+    const xcb_timestamp_t time = c.serverTime();
     for (xcb_window_t window : windows)
-        xcb_ewmh_request_close_window(c.ewmh(), c.screen(), window, XCB_CURRENT_TIME, kSource);
+        xcb_ewmh_request_close_window(c.ewmh(), c.screen(), window, time, kSource);
     return c.flush() ? CloseResult::Sent : CloseResult::SendFailed;
 }

@@ -1,0 +1,197 @@
+#include "FakePlatform.h"
+#include "RVLinuxClock.h"
+#include "RVProcTable.h"
+#include "RVProcess.h"
+#include "TempDir.h"
+#include "TestApps.h"
+
+#include <QDateTime>
+#include <QThread>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+class ProcTableTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        RVProcess::resetCacheForTesting();
+        RVPlatform::install({.clock = std::make_shared<RVLinuxClock>(), .processTable = table});
+    }
+    void TearDown() override { RVProcess::resetCacheForTesting(); }
+
+    std::optional<RVProcTable::Stat> stat(pid_t pid)
+    {
+        QFile f(QStringLiteral("/proc/%1/stat").arg(pid));
+        if (!f.open(QIODevice::ReadOnly))
+            return std::nullopt;
+        return RVProcTable::parseStat(f.readAll());
+    }
+
+    TempDir tmp;
+    FakePlatform platform; // window system and the rest stay fakes
+    std::shared_ptr<RVProcTable> table = std::make_shared<RVProcTable>();
+    LogCapture log;
+};
+
+TEST_F(ProcTableTest, BundleProcessesAreEnumeratedInPidOrderWithTheirProperties)
+{
+    const QString alpha = makeTestBundle(tmp.path(), {QStringLiteral("Alpha"), QStringLiteral("alpha"),
+                                                      QStringLiteral("ALFA"), QStringLiteral("com.example.alpha"),
+                                                      QStringLiteral("2.5.1"), QStringLiteral("251")});
+    const QString beta = makeTestBundle(tmp.path(), {QStringLiteral("Beta Tool"), QStringLiteral("beta"),
+                                                     QString(), QStringLiteral("com.example.beta"),
+                                                     QStringLiteral("7"), QStringLiteral("700")});
+    const double before = double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+    RunningApp a(alpha, QStringLiteral("alpha"), {QStringLiteral("--busy"), QStringLiteral("300")});
+    RunningApp b(beta, QStringLiteral("beta"));
+    ASSERT_FALSE(a.waitForLine(QStringLiteral("ready")).isEmpty());
+    ASSERT_FALSE(b.waitForLine(QStringLiteral("ready")).isEmpty());
+
+    std::vector<pid_t> pids;
+    for (const auto& p : RVProcess::allProcesses())
+        pids.push_back(p->unixPID());
+    EXPECT_TRUE(std::is_sorted(pids.begin(), pids.end()));
+    EXPECT_NE(std::find(pids.begin(), pids.end(), a.pid()), pids.end());
+    EXPECT_NE(std::find(pids.begin(), pids.end(), b.pid()), pids.end());
+    EXPECT_NE(std::find(pids.begin(), pids.end(), ::getpid()), pids.end()); // our own process
+
+    const auto pa = RVProcess::processWithPID(a.pid());
+    ASSERT_TRUE(pa);
+    EXPECT_EQ(pa->name(), QStringLiteral("Alpha"));
+    EXPECT_EQ(pa->signatureString(), QStringLiteral("ALFA"));
+    EXPECT_EQ(pa->path(), alpha);
+    EXPECT_EQ(pa->version(), QStringLiteral("2.5.1"));
+    EXPECT_EQ(pa->identifier(), QStringLiteral("com.example.alpha"));
+    EXPECT_NEAR(double(pa->launchDate().toMSecsSinceEpoch()) / 1000.0, before, 2.0);
+    EXPECT_GE(pa->cpuTime(), 0.2f);
+    EXPECT_EQ(RVProcess::processWithSignature(RVFourCC("ALFA")), pa);
+    EXPECT_EQ(pa->infoDictionary()->value(QStringLiteral("FileCreator")).toString(), QStringLiteral("ALFA"));
+    EXPECT_EQ(pa->infoDictionary()->value(QStringLiteral("pid")).toLongLong(), a.pid());
+    EXPECT_TRUE(pa->infoDictionary()->contains(QStringLiteral("ParentPSN")));
+    EXPECT_EQ(pa->platform(), RVPlatformCarbon); // an ELF bundle without NSPrincipalClass
+
+    const auto pb = RVProcess::processWithIdentifier(QStringLiteral("com.example.beta"));
+    ASSERT_TRUE(pb);
+    EXPECT_EQ(pb->signatureString(), QStringLiteral("????"));
+    EXPECT_EQ(pb->version(), QStringLiteral("700")); // short version without a dot
+    EXPECT_EQ(pb->displayName(), QStringLiteral("Beta Tool"));
+}
+
+TEST_F(ProcTableTest, GnustepBundlesAreApplicationsToo)
+{
+    const QString app = tmp.mkdir(QStringLiteral("Gnu.app/Resources"));
+    tmp.write(QStringLiteral("Gnu.app/Resources/Info-gnustep.plist"),
+              "{ NSExecutable = Gnu; CFBundleSignature = GNUS; CFBundleName = \"GNU Tool\"; }");
+    QFile::copy(QStringLiteral(RV_TEST_APP), tmp.file(QStringLiteral("Gnu.app/Gnu")));
+    QFile::setPermissions(tmp.file(QStringLiteral("Gnu.app/Gnu")), QFile::ReadOwner | QFile::ExeOwner);
+    RunningApp gnu({}, {}, {}, tmp.file(QStringLiteral("Gnu.app/Gnu")));
+    ASSERT_FALSE(gnu.waitForLine(QStringLiteral("ready")).isEmpty());
+    const auto p = RVProcess::processWithPID(gnu.pid());
+    ASSERT_TRUE(p);
+    EXPECT_EQ(p->name(), QStringLiteral("GNU Tool"));
+    EXPECT_EQ(p->signatureString(), QStringLiteral("GNUS"));
+    EXPECT_EQ(p->path(), tmp.file(QStringLiteral("Gnu.app")));
+}
+
+TEST_F(ProcTableTest, PlainProgramsAreNotApplications)
+{
+    QProcess sleeper;
+    sleeper.start(QStringLiteral("/bin/sleep"), {QStringLiteral("30")});
+    ASSERT_TRUE(sleeper.waitForStarted());
+    EXPECT_EQ(RVProcess::processWithPID(pid_t(sleeper.processId())), nullptr);
+    sleeper.kill();
+    sleeper.waitForFinished();
+}
+
+TEST_F(ProcTableTest, ProcessThatObeysSigtermQuitsPolitely)
+{
+    const QString app = makeTestBundle(tmp.path(), {QStringLiteral("Polite"), QStringLiteral("polite"), QStringLiteral("POLI")});
+    RunningApp running(app, QStringLiteral("polite"));
+    ASSERT_FALSE(running.waitForLine(QStringLiteral("ready")).isEmpty());
+    const auto p = RVProcess::processWithPID(running.pid());
+    ASSERT_TRUE(p);
+    EXPECT_TRUE(p->quitRunningApplicationWithTimeout(4.0f));
+    ASSERT_EQ(log.lines().size(), 1);
+    EXPECT_TRUE(log.lines()[0].startsWith(QStringLiteral("quit Polite: terminated after "))) << log.lines()[0].toStdString();
+    EXPECT_FALSE(p->isStillRunning());
+    EXPECT_TRUE(running.waitForEnd(5000));
+    EXPECT_EQ(running.process().exitStatus(), QProcess::CrashExit); // ended by the signal
+}
+
+TEST_F(ProcTableTest, ProcessThatIgnoresSigtermIsForceQuitAfterTheTimeout)
+{
+    const QString app = makeTestBundle(tmp.path(), {QStringLiteral("Stubborn"), QStringLiteral("stubborn"), QStringLiteral("STUB")});
+    RunningApp running(app, QStringLiteral("stubborn"), {QStringLiteral("--ignore-term")});
+    ASSERT_FALSE(running.waitForLine(QStringLiteral("ready")).isEmpty());
+    const auto p = RVProcess::processWithPID(running.pid());
+    ASSERT_TRUE(p);
+    EXPECT_TRUE(p->quitRunningApplicationWithTimeout(0.3f));
+    ASSERT_EQ(log.lines().size(), 1);
+    EXPECT_TRUE(log.lines()[0].startsWith(QStringLiteral("force-quit Stubborn: terminated after "))) << log.lines()[0].toStdString();
+    EXPECT_TRUE(running.waitForEnd(5000));
+}
+
+TEST_F(ProcTableTest, ZombieCountsAsTerminatedAndIsNotListed)
+{
+    const QString app = makeTestBundle(tmp.path(), {QStringLiteral("Parent"), QStringLiteral("parent"), QStringLiteral("PRNT")});
+    RunningApp running(app, QStringLiteral("parent"), {QStringLiteral("--zombie-child")});
+    const QString line = running.waitForLine(QStringLiteral("child "));
+    ASSERT_FALSE(line.isEmpty());
+    const pid_t child = pid_t(line.mid(6).toInt());
+    std::optional<RVProcTable::Stat> s;
+    for (int i = 0; i < 500 && (!(s = stat(child)) || s->state != 'Z'); ++i)
+        QThread::msleep(2);
+    ASSERT_TRUE(s && s->state == 'Z');
+    const RVSerialNumber psn{std::uint32_t(s->startTicks), std::uint32_t(child)};
+    EXPECT_TRUE(table->isTerminated(psn));
+    EXPECT_FALSE(table->pidOfProcess(psn));
+    EXPECT_FALSE(table->processForPID(child));
+    // A stale serial number of a live pid (wrong start time) is not that process either.
+    EXPECT_TRUE(table->isTerminated({std::uint32_t(s->startTicks + 1), std::uint32_t(running.pid())}));
+}
+
+TEST_F(ProcTableTest, NeverSignalsAnotherUsersProcessNorItself)
+{
+    if (::getuid() != 0)
+        GTEST_SKIP() << "starting a process as another user needs root";
+    const QString app = makeTestBundle(tmp.path(), {QStringLiteral("Foreign"), QStringLiteral("foreign"), QStringLiteral("FRGN")});
+    QDir().mkpath(tmp.path());
+    QFile::setPermissions(tmp.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther);
+    RunningApp foreign(app, QString(), {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
+                                        QStringLiteral("--clear-groups"), app + QStringLiteral("/Contents/MacOS/foreign")},
+                       QStringLiteral("/usr/bin/setpriv"));
+    ASSERT_FALSE(foreign.waitForLine(QStringLiteral("ready")).isEmpty());
+    const auto s = stat(foreign.pid());
+    ASSERT_TRUE(s);
+    const RVSerialNumber psn{std::uint32_t(s->startTicks), std::uint32_t(foreign.pid())};
+    EXPECT_FALSE(table->processForPID(foreign.pid())); // not one of ours
+    EXPECT_FALSE(table->terminate(psn));
+    EXPECT_FALSE(table->forceTerminate(psn));
+    QThread::msleep(50);
+    EXPECT_FALSE(table->isTerminated(psn));
+
+    const auto own = table->currentProcess();
+    ASSERT_TRUE(own);
+    EXPECT_FALSE(table->terminate(*own));
+    EXPECT_FALSE(table->forceTerminate(*own));
+}
+
+TEST(ProcTableParsing, StatFieldsAfterACommandWithParentheses)
+{
+    const QByteArray line = "4242 (odd) name) S 1 4242 4242 0 -1 4194560 100 0 0 0 "
+                            "250 30 0 0 20 0 1 0 987654 1000 200 18446744073709551615";
+    const auto s = RVProcTable::parseStat(line);
+    ASSERT_TRUE(s);
+    EXPECT_EQ(s->state, 'S');
+    EXPECT_EQ(s->parent, 1);
+    EXPECT_EQ(s->userTicks, 250u);
+    EXPECT_EQ(s->startTicks, 987654u);
+    EXPECT_FALSE(RVProcTable::parseStat("garbage"));
+    EXPECT_FALSE(RVProcTable::parseStat("1 (x) S 1 2"));
+}
+
+} // namespace

@@ -1,0 +1,143 @@
+#include "FakePlatform.h"
+#include "RVLinuxClock.h"
+#include "RVProcTable.h"
+#include "RVProcess.h"
+#include "RVX11WindowSystem.h"
+#include "TempDir.h"
+#include "TestApps.h"
+
+#include <QProcess>
+#include <QThread>
+
+#include <functional>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+bool eventually(const std::function<bool()>& condition, int milliseconds = 3000)
+{
+    for (int waited = 0; waited < milliseconds; waited += 20) {
+        if (condition())
+            return true;
+        QThread::msleep(20);
+    }
+    return condition();
+}
+
+QString property(const QString& window, const QString& name)
+{
+    QProcess xprop;
+    xprop.start(QStringLiteral("xprop"), {QStringLiteral("-id"), window, name});
+    xprop.waitForFinished(5000);
+    return QString::fromUtf8(xprop.readAllStandardOutput());
+}
+
+class X11Test : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (qEnvironmentVariableIsEmpty("DISPLAY"))
+            GTEST_SKIP() << "needs a display: run under tests/x11/with-x11.sh";
+        RVProcess::resetCacheForTesting();
+        RVPlatform::install({.clock = std::make_shared<RVLinuxClock>(),
+                             .processTable = std::make_shared<RVProcTable>(),
+                             .windowSystem = windows});
+    }
+    void TearDown() override { RVProcess::resetCacheForTesting(); }
+
+    // Starts a bundle application with a window and waits until the window manager has it.
+    std::unique_ptr<RunningApp> windowApp(const QString& name, QString& window)
+    {
+        const QString app = makeTestBundle(tmp.path(), {name, name.toLower(), QStringLiteral("WNDW")});
+        auto running = std::make_unique<RunningApp>(app, name.toLower(),
+                                                    QStringList{QStringLiteral("--window"), name});
+        const QString ready = running->waitForLine(QStringLiteral("ready"));
+        window = ready.mid(6);
+        // Settle the window manager's own handling of the new window first: once it lists
+        // the window and the window has been active, later requests meet a quiet manager.
+        const pid_t pid = running->pid();
+        const bool settled = eventually([&] {
+            return windows->activateProcess(pid, false) &&
+                   eventually([&] { return windows->activeWindowProcess() == pid; }, 200);
+        });
+        if (!settled) {
+            QProcess xprop;
+            xprop.start(QStringLiteral("xprop"), {QStringLiteral("-root")});
+            xprop.waitForFinished(5000);
+            ADD_FAILURE() << "window " << window.toStdString() << " of " << pid << " never became active:\n"
+                          << xprop.readAllStandardOutput().toStdString();
+        }
+        return running;
+    }
+
+    TempDir tmp;
+    FakePlatform platform;
+    std::shared_ptr<RVX11WindowSystem> windows = std::make_shared<RVX11WindowSystem>();
+};
+
+TEST_F(X11Test, FrontProcessFollowsActivation)
+{
+    QString windowA, windowB;
+    auto a = windowApp(QStringLiteral("Anna"), windowA);
+    auto b = windowApp(QStringLiteral("Bert"), windowB);
+
+    const auto anna = RVProcess::processWithPID(a->pid());
+    ASSERT_TRUE(anna);
+    anna->setFrontProcess();
+    ASSERT_TRUE(eventually([&] { return windows->activeWindowProcess() == a->pid(); }));
+    EXPECT_EQ(RVProcess::frontProcess(), anna);
+    EXPECT_TRUE(anna->isFrontProcess());
+
+    RVProcess::processWithPID(b->pid())->setFrontProcessFrontWindowOnly();
+    EXPECT_TRUE(eventually([&] { return windows->activeWindowProcess() == b->pid(); }));
+}
+
+TEST_F(X11Test, HideAndShow)
+{
+    QString window;
+    auto a = windowApp(QStringLiteral("Hidey"), window);
+    const auto p = RVProcess::processWithPID(a->pid());
+    ASSERT_TRUE(p);
+    p->setHidden(true);
+    EXPECT_TRUE(eventually([&] { return property(window, QStringLiteral("_NET_WM_STATE")).contains(QStringLiteral("HIDDEN")); }))
+        << property(window, QStringLiteral("_NET_WM_STATE")).toStdString();
+    p->setHidden(false);
+    EXPECT_TRUE(eventually([&] { return !property(window, QStringLiteral("_NET_WM_STATE")).contains(QStringLiteral("HIDDEN")); }));
+    EXPECT_TRUE(eventually([&] { return windows->activeWindowProcess() == a->pid(); }));
+}
+
+TEST_F(X11Test, CloseRequestReachesTheWindowAndTheProgramEnds)
+{
+    QString window;
+    auto a = windowApp(QStringLiteral("Closer"), window);
+    EXPECT_EQ(windows->closeProcessWindows(a->pid()), RVWindowSystem::CloseResult::Sent);
+    EXPECT_FALSE(a->waitForLine(QStringLiteral("closed")).isEmpty());
+    EXPECT_TRUE(a->waitForEnd(5000));
+    EXPECT_EQ(a->process().exitCode(), 0);
+}
+
+TEST_F(X11Test, ProcessWithoutWindowsHasNothingToClose)
+{
+    const QString app = makeTestBundle(tmp.path(), {QStringLiteral("Blind"), QStringLiteral("blind"), QStringLiteral("BLND")});
+    RunningApp running(app, QStringLiteral("blind"));
+    ASSERT_FALSE(running.waitForLine(QStringLiteral("ready")).isEmpty());
+    EXPECT_EQ(windows->closeProcessWindows(running.pid()), RVWindowSystem::CloseResult::NoWindow);
+    EXPECT_FALSE(windows->activateProcess(running.pid(), false));
+}
+
+TEST(X11WithoutDisplay, AnswersNeutralValues)
+{
+    const QByteArray saved = qgetenv("DISPLAY");
+    qunsetenv("DISPLAY");
+    RVX11WindowSystem windows;
+    EXPECT_FALSE(windows.activeWindowProcess().has_value());
+    EXPECT_FALSE(windows.activateProcess(1, false));
+    EXPECT_FALSE(windows.setProcessHidden(1, true));
+    EXPECT_EQ(windows.closeProcessWindows(1), RVWindowSystem::CloseResult::NoDisplay);
+    if (!saved.isEmpty())
+        qputenv("DISPLAY", saved);
+}
+
+} // namespace
