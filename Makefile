@@ -1,12 +1,13 @@
 # Front for the CMake build. Every target installs what is missing first.
 BUILD_DIR      ?= build
 SANITIZE_DIR   ?= build-sanitize
+TSAN_DIR       ?= build-tsan
 FUZZ_DIR       ?= build-fuzz
 FUZZ_SECONDS   ?= 15
 JOBS           ?= $(shell nproc)
 CTEST_FLAGS    ?= --output-on-failure -j$(JOBS) --timeout 300
 
-.PHONY: all deps build test unit sanitize fuzz demo format clean
+.PHONY: all deps build test unit sanitize tsan fuzz bench demo format clean
 
 all: build
 
@@ -17,8 +18,9 @@ build: deps
 	cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 	cmake --build $(BUILD_DIR) -j$(JOBS)
 
-# Runs the suite, then the same suite under AddressSanitizer and UndefinedBehaviorSanitizer.
-test: unit sanitize
+# Runs the suite, then the same suite under AddressSanitizer and UndefinedBehaviorSanitizer,
+# then the threaded tests under ThreadSanitizer.
+test: unit sanitize tsan
 
 unit: build
 	cd $(BUILD_DIR) && ctest $(CTEST_FLAGS)
@@ -29,11 +31,22 @@ sanitize: deps
 	cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 		ctest $(CTEST_FLAGS)
 
+# The tests whose code runs on two threads.
+TSAN_TESTS ?= ProcessCacheThreads|ScriptRunner|Log
+
+tsan: deps
+	cmake -S . -B $(TSAN_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DRV_TSAN=ON
+	cmake --build $(TSAN_DIR) -j$(JOBS) --target unit_tests linux_tests
+	cd $(TSAN_DIR) && TSAN_OPTIONS="halt_on_error=1 suppressions=$(CURDIR)/tests/tsan.supp" ctest $(CTEST_FLAGS) -R '$(TSAN_TESTS)'
+
 fuzz: deps
 	cmake -S . -B $(FUZZ_DIR) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 		-DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DRV_FUZZ=ON -DRV_TESTS=OFF
 	cmake --build $(FUZZ_DIR) -j$(JOBS)
 	bash fuzz/run.sh $(FUZZ_DIR)/fuzz $(FUZZ_SECONDS)
+
+bench: build
+	$(BUILD_DIR)/bench/process_table_bench
 
 demo: deps
 	@echo "make demo: the installer window and the demo product are not built yet;"

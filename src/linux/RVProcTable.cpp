@@ -183,9 +183,15 @@ QVariantMap RVProcTable::bundleInfo(const QString& location)
 {
     if (!location.endsWith(QStringLiteral(".app")))
         return {};
-    const qint64 modified = std::max(
-        QFileInfo(location + QStringLiteral("/Contents/Info.plist")).lastModified().toMSecsSinceEpoch(),
-        QFileInfo(location + QStringLiteral("/Resources/Info-gnustep.plist")).lastModified().toMSecsSinceEpoch());
+    // The list's change time tells whether the cached dictionary is still the bundle's.
+    qint64 modified = -1;
+    for (const char* list : {"/Contents/Info.plist", "/Resources/Info-gnustep.plist"}) {
+        struct stat info {};
+        if (::stat(QFile::encodeName(location + QLatin1String(list)).constData(), &info) == 0) {
+            modified = qint64(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec;
+            break;
+        }
+    }
     {
         std::lock_guard lock(m_mutex);
         const auto cached = m_bundles.constFind(location);

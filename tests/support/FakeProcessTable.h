@@ -40,7 +40,6 @@ public:
     std::map<pid_t, Process> processes;
     std::optional<pid_t> current;
     int currentProcessFailures = 0; // the first calls of currentProcess fail
-    int nextProcessCalls = 0;
 
     Process& add(pid_t pid, const QString& name, const char (&signature)[5], std::uint32_t start = 1000)
     {
@@ -75,7 +74,6 @@ public:
     }
     std::optional<RVSerialNumber> nextProcess(RVSerialNumber previous) override
     {
-        ++nextProcessCalls;
         for (auto it = processes.upper_bound(pid_t(previous.low)); it != processes.end(); ++it) {
             if (it->second.running)
                 return it->second.psn;

@@ -2,6 +2,9 @@
 #include "RVProcess.h"
 #include "TempDir.h"
 
+#include <set>
+#include <thread>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -227,6 +230,37 @@ TEST(ProcCpuTime, ReadsTheMinutesAndSecondsForm)
                  {"no colon", 0.0f}, {"", 0.0f}, {"x:5", 5.0f}, {"3:abc", 180.0f}};
     for (const auto& c : cases)
         EXPECT_FLOAT_EQ(procCpuTimeFromPsOutput(QString::fromLatin1(c.text)), c.expected) << c.text;
+}
+
+} // namespace
+
+namespace {
+
+TEST(ProcessCacheThreads, TwoThreadsShareOneObjectPerProcess)
+{
+    FakePlatform platform;
+    RVProcess::resetCacheForTesting();
+    for (pid_t pid = 1; pid <= 40; ++pid)
+        platform.processTable->add(pid, QStringLiteral("P%1").arg(pid), "????");
+    auto work = [] {
+        for (int round = 0; round < 50; ++round) {
+            for (const auto& process : RVProcess::allProcesses())
+                process->version();
+            RVProcess::processWithPID(1 + round % 40)->name();
+            RVProcess::cleanupCache();
+        }
+    };
+    std::thread worker(work);
+    work();
+    worker.join();
+
+    const auto cached = RVProcess::cachedProcesses();
+    EXPECT_EQ(cached.size(), 40u);
+    std::set<std::uint32_t> pids;
+    for (const auto& p : cached)
+        pids.insert(p->serialNumber().low);
+    EXPECT_EQ(pids.size(), 40u);
+    RVProcess::resetCacheForTesting();
 }
 
 } // namespace
