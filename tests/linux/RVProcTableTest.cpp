@@ -3,12 +3,14 @@
 #include "RVProcTable.h"
 #include "RVProcess.h"
 #include "TempDir.h"
+#include "ResourceForkBuilder.h"
 #include "TestApps.h"
 
 #include <QDateTime>
 #include <QThread>
 
 #include <gtest/gtest.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace {
@@ -178,6 +180,21 @@ TEST_F(ProcTableTest, NeverSignalsAnotherUsersProcessNorItself)
     ASSERT_TRUE(own);
     EXPECT_FALSE(table->terminate(*own));
     EXPECT_FALSE(table->forceTerminate(*own));
+}
+
+TEST(ProcTableResources, VersionResourceComesFromTheForkAttribute)
+{
+    TempDir tmp;
+    const QString tool = tmp.write(QStringLiteral("tool"), "#!/bin/sh\n");
+    const QByteArray fork = resourceForkWith("vers", 1, QByteArray::fromHex("02201501"));
+    if (::setxattr(QFile::encodeName(tool).constData(), "user.com.apple.ResourceFork", fork.constData(),
+                   size_t(fork.size()), 0) != 0)
+        GTEST_SKIP() << "the file system of " << tmp.path().toStdString() << " keeps no user attributes";
+    RVProcTable table;
+    const auto record = table.resourceData(tool, RVFourCC("vers"), 1);
+    ASSERT_TRUE(record);
+    EXPECT_EQ(versionFromVersRecord(*record), QStringLiteral("1.1.5d2"));
+    EXPECT_FALSE(table.resourceData(tmp.file(QStringLiteral("missing")), RVFourCC("vers"), 1));
 }
 
 TEST(ProcTableParsing, StatFieldsAfterACommandWithParentheses)

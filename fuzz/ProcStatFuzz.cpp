@@ -1,0 +1,14 @@
+// /proc/PID/stat lines (the command name is chosen by the process) and ps processor times.
+#include "RVProcTable.h"
+#include "RVProcess.h"
+
+#include <cstdint>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const QByteArray text(reinterpret_cast<const char*>(data), qsizetype(size));
+    RVProcTable::parseStat(text);
+    procCpuTimeFromPsOutput(QString::fromUtf8(text));
+    versionFromVersRecord(text);
+    return 0;
+}
