@@ -1,20 +1,70 @@
 #pragma once
 
 #include "RVCoreOnly.h"
+#include "RVFourCharCode.h"
 #include "RVInstallerArguments.h"
+
+#include <QObject>
+#include <QString>
 
 #include <optional>
 
-// The session object: owns one installation from start-up to the final page.
-class InstallerWinController
+// The session object: owns one installation from start-up to the final page. Its
+// operations are split over files by concern: arguments, quitting running copies,
+// destination, privileged copy.
+class InstallerWinController : public QObject
 {
-public:
-    // Fills the installer arguments from the process's argument list, once.
-    void extractArguments();
+    Q_OBJECT
 
+public:
+    explicit InstallerWinController(QObject* parent = nullptr) : QObject(parent) {}
+
+    // Arguments (InstallerArguments.cpp)
+    void extractArguments();
     // Null (empty) before extractArguments.
     const std::optional<RVInstallerArguments>& arguments() const { return m_arguments; }
+    void setArguments(const RVInstallerArguments& arguments) { m_arguments = arguments; }
+
+    // Quitting running copies (InstallerQuit.cpp)
+    static bool signatureIsInArray(RVOSType code, const QStringList* list);
+    QString processToQuitStillRunning();
+    void quitProcesses();
+
+    // Destination (InstallerDestination.cpp)
+    bool canWriteToFile(const QString& path);
+    bool canWriteToDirectory(const QString& path);
+    bool canWriteToFileOrDirectory(const QString& path);
+    bool canWriteToPath(const QString& path);
+    static bool isInUnsupportedFolder(const QString& path);
+    QString applicationsDirectory();
+    QString autoLaunchPathFor(const QString& productName);
+    QString pathToProcessToReplace();
+    QString findPreferredDestinationFor(const QString& productName);
+    QString localizedPath(const QString& path);
+    QString recursiveLocalizedPath(const QString& path);
+
+    // Privileged copy and self-installation (InstallerPrivileged.cpp)
+    QString installMyselfInDestination();
+    bool authorizedInstallToWrapCanceled(const QString& source, const QString& destination,
+                                         const QString& wrapper, bool* canceled);
+
+    // Starts (non-null) or stops (null) the progress animation; the window shows it.
+    // Called on the main thread through a queued hand-off.
+    Q_INVOKABLE virtual void animateProgress(const QString& flag) { Q_UNUSED(flag); }
 
 private:
+    QString argument(const QString& key) const;
+    void animateProgressOnMainThread(const QString& flag);
+
     std::optional<RVInstallerArguments> m_arguments;
 };
+
+// The statuses of asking for administrator rights, as the security services number them.
+constexpr int kAuthorizationCanceled = -60006;
+constexpr int kAuthorizationDenied = -60005;
+constexpr int kAuthorizationToolExecuteFailure = -60031;
+
+// Asks for administrator rights, runs tool with them and waits for it: 0 on success,
+// kAuthorizationCanceled or kAuthorizationDenied when the rights were not given, the start
+// failure's status when it could not be started, -1 when the tool failed.
+int AuthorizedExecute(const QString& tool, const QStringList& arguments);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RVCoreOnly.h"
+#include "RVBundle.h"
 #include "RVFourCharCode.h"
 #include "RVProcessTable.h"
 
@@ -59,6 +60,8 @@ public:
     QString signatureHexString();
     QString path();
     std::optional<QVariantMap> infoDictionary();
+    // The bundle at path, read afresh on each call.
+    std::optional<RVBundle> bundle();
     QString identifier();
     QString version();
     QString displayName();

@@ -76,6 +76,12 @@ std::optional<QVariantMap> RVProcess::infoDictionary()
     return m_infoDictionary;
 }
 
+std::optional<RVBundle> RVProcess::bundle()
+{
+    const QString location = path();
+    return location.isNull() ? std::nullopt : RVBundle::bundleWithPath(location);
+}
+
 QString RVProcess::identifier()
 {
     const auto info = infoDictionary();
@@ -91,9 +97,8 @@ QString RVProcess::version()
     m_version = QStringLiteral("1.0"); // every early exit keeps this for good
     if (!getProcessInfo() || path().isNull())
         return m_version;
-    const QString location = path();
-    const auto bundle = location.endsWith(QStringLiteral(".app")) ? RVBundle::bundleWithPath(location)
-                                                                   : std::nullopt;
+    // A program outside a bundle folder has no bundle, only perhaps a version resource.
+    const auto bundle = path().endsWith(QStringLiteral(".app")) ? this->bundle() : std::nullopt;
     if (!bundle) {
         const QString carbon = carbonVersion();
         if (!carbon.isNull())

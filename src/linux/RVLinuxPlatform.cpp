@@ -2,24 +2,47 @@
 
 #include "RVBundle.h"
 #include "RVLinuxClock.h"
+#include "RVLinuxFileManager.h"
 #include "RVLinuxLauncher.h"
 #include "RVLinuxSystemFacts.h"
 #include "RVLinuxUserDefaults.h"
+#include "RVLinuxWorkspace.h"
+#include "RVPkexecAuthorization.h"
 #include "RVPlatform.h"
 #include "RVProcTable.h"
 #include "RVX11WindowSystem.h"
 
 namespace {
+
 const QString kDefaultDomain = QStringLiteral("com.velmora.VelmoraInstaller");
+
+// The demo and the end-to-end tests install into a folder of their own and put a stand-in
+// for pkexec; a real session uses the defaults.
+QString applicationsFolder()
+{
+    const QString folder = qEnvironmentVariable("VELMORA_APPLICATIONS_DIR");
+    return folder.startsWith(u'/') ? folder : QStringLiteral("/Applications");
 }
+
+QString pkexecPath()
+{
+    const QString path = qEnvironmentVariable("VELMORA_PKEXEC");
+    return path.startsWith(u'/') ? path : QStringLiteral("/usr/bin/pkexec");
+}
+
+} // namespace
 
 void RVLinuxPlatform::install(const QStringList& arguments)
 {
+    auto launcher = std::make_shared<RVLinuxLauncher>();
     RVPlatform::install({.systemFacts = std::make_shared<RVLinuxSystemFacts>(arguments),
-                         .launcher = std::make_shared<RVLinuxLauncher>(),
+                         .launcher = launcher,
                          .clock = std::make_shared<RVLinuxClock>(),
                          .processTable = std::make_shared<RVProcTable>(),
-                         .windowSystem = std::make_shared<RVX11WindowSystem>()});
+                         .windowSystem = std::make_shared<RVX11WindowSystem>(),
+                         .fileManager = std::make_shared<RVLinuxFileManager>(),
+                         .workspace = std::make_shared<RVLinuxWorkspace>(launcher, applicationsFolder()),
+                         .authorization = std::make_shared<RVPkexecAuthorization>(pkexecPath())});
     // The own domain is the bundle identifier, which needs the facts installed first.
     const auto main = RVBundle::mainBundle();
     QString domain = main ? main->bundleIdentifier() : QString();

@@ -195,3 +195,15 @@ RVWindowSystem::CloseResult RVX11WindowSystem::closeProcessWindows(pid_t pid)
         xcb_ewmh_request_close_window(c.ewmh(), c.screen(), window, time, kSource);
     return c.flush() ? CloseResult::Sent : CloseResult::SendFailed;
 }
+
+bool RVX11WindowSystem::isOptionKeyDown()
+{
+    Connection c;
+    if (!c.ready())
+        return false;
+    xcb_query_pointer_reply_t* reply =
+        xcb_query_pointer_reply(c.xcb(), xcb_query_pointer(c.xcb(), c.root()), nullptr);
+    const bool down = reply && (reply->mask & XCB_MOD_MASK_1);
+    free(reply);
+    return down;
+}

@@ -11,4 +11,5 @@ public:
     bool activateProcess(pid_t pid, bool frontWindowOnly) override;
     bool setProcessHidden(pid_t pid, bool hidden) override;
     CloseResult closeProcessWindows(pid_t pid) override;
+    bool isOptionKeyDown() override;
 };

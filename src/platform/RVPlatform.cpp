@@ -24,4 +24,10 @@ void RVPlatform::install(Services services)
         s.processTable = std::move(services.processTable);
     if (services.windowSystem)
         s.windowSystem = std::move(services.windowSystem);
+    if (services.fileManager)
+        s.fileManager = std::move(services.fileManager);
+    if (services.workspace)
+        s.workspace = std::move(services.workspace);
+    if (services.authorization)
+        s.authorization = std::move(services.authorization);
 }

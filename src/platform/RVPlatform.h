@@ -1,11 +1,14 @@
 #pragma once
 
+#include "RVAuthorization.h"
 #include "RVClock.h"
+#include "RVFileManager.h"
 #include "RVLauncher.h"
 #include "RVProcessTable.h"
 #include "RVSystemFacts.h"
 #include "RVUserDefaults.h"
 #include "RVWindowSystem.h"
+#include "RVWorkspace.h"
 
 #include <memory>
 
@@ -24,6 +27,9 @@ public:
         std::shared_ptr<RVClock> clock = nullptr;
         std::shared_ptr<RVProcessTable> processTable = nullptr;
         std::shared_ptr<RVWindowSystem> windowSystem = nullptr;
+        std::shared_ptr<RVFileManager> fileManager = nullptr;
+        std::shared_ptr<RVWorkspace> workspace = nullptr;
+        std::shared_ptr<RVAuthorization> authorization = nullptr;
     };
     // Replaces the services whose pointers are set and keeps the others.
     static void install(Services services);
@@ -34,6 +40,9 @@ public:
     RVClock& clock() const { return *m_services.clock; }
     RVProcessTable& processTable() const { return *m_services.processTable; }
     RVWindowSystem& windowSystem() const { return *m_services.windowSystem; }
+    RVFileManager& fileManager() const { return *m_services.fileManager; }
+    RVWorkspace& workspace() const { return *m_services.workspace; }
+    RVAuthorization& authorization() const { return *m_services.authorization; }
 
     const Services& services() const { return m_services; }
 

@@ -19,4 +19,6 @@ public:
     enum class CloseResult { Sent, NoDisplay, NoWindow, SendFailed };
     // Asks every top-level window of the process to close.
     virtual CloseResult closeProcessWindows(pid_t pid) = 0;
+    // Whether the Alt (Option) key is held right now.
+    virtual bool isOptionKeyDown() = 0;
 };

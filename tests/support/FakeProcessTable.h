@@ -191,6 +191,8 @@ public:
         calls << QStringLiteral("%1 %2").arg(hidden ? "hide" : "show").arg(pid);
         return true;
     }
+    bool optionKeyDown = false;
+    bool isOptionKeyDown() override { return optionKeyDown; }
     CloseResult closeProcessWindows(pid_t pid) override
     {
         calls << QStringLiteral("close %1").arg(pid);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+// Desktop entries (freedesktop Desktop Entry Specification).
+namespace RVDesktopEntry {
+
+// One argument of Exec: quoted when it holds a reserved character, with ", `, $ and the
+// backslash escaped inside the quotes, and % doubled.
+QString quoteExecArgument(const QString& argument);
+// A value of type string: \, newline, tab and carriage return escaped.
+QString escapeString(const QString& value);
+// The program of an Exec value: its first argument, unquoted.
+QString programOfExec(const QString& exec);
+
+struct Registration
+{
+    int status = 0; // 0 on success, else an errno value
+    QString entryPath;
+    QString iconPath;
+};
+// Writes $dataHome/applications/<id>.desktop for the bundle at path, with its icon
+// converted to PNG under $dataHome/icons, and refreshes the desktop database when the
+// tool for it is present.
+Registration registerBundle(const QString& bundlePath, const QString& dataHome);
+
+} // namespace RVDesktopEntry

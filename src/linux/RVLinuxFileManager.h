@@ -1,0 +1,17 @@
+#pragma once
+
+#include "RVFileManager.h"
+
+class RVLinuxFileManager : public RVFileManager
+{
+public:
+    bool fileExists(const QString& path) override;
+    std::optional<QStringList> contentsOfDirectory(const QString& path) override;
+    bool removeItem(const QString& path) override;
+    bool copyItem(const QString& source, const QString& target) override;
+    bool isWritable(const QString& path) override;
+    QString displayName(const QString& path) override;
+    bool isSameItem(const QString& a, const QString& b) override;
+    bool canOpenForReadingAndWriting(const QString& path) override;
+    bool createAndRemoveProbeFile(const QString& path) override;
+};

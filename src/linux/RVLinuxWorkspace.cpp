@@ -1,0 +1,86 @@
+#include "RVLinuxWorkspace.h"
+
+#include "RVAutostart.h"
+#include "RVBundle.h"
+#include "RVDesktopEntry.h"
+#include "RVLauncher.h"
+#include "RVLog.h"
+#include "RVTrash.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+RVLinuxWorkspace::RVLinuxWorkspace(std::shared_ptr<RVLauncher> launcher, const QString& localApplications)
+    : m_launcher(std::move(launcher)), m_localApplications(localApplications)
+{
+}
+
+bool RVLinuxWorkspace::recycle(const QString& folder, const QStringList& names)
+{
+    const RVTrash trash = RVTrash::forInvokingUser();
+    for (const QString& name : names) {
+        const RVTrash::Result result = trash.trash(folder + u'/' + name);
+        if (!result.ok) {
+            RVLog(QStringLiteral("trash: %@"), result.error);
+            return false;
+        }
+    }
+    return true;
+}
+
+void RVLinuxWorkspace::noteFileSystemChanged(const QString& path)
+{
+    Q_UNUSED(path); // file managers watch with inotify and see the change themselves
+}
+
+QString RVLinuxWorkspace::iconForFile(const QString& path)
+{
+    const auto bundle = RVBundle::bundleWithPath(path);
+    if (!bundle)
+        return {};
+    const QString name = bundle->objectForInfoDictionaryKey(QStringLiteral("CFBundleIconFile")).toString();
+    if (name.isEmpty())
+        return {};
+    for (const QString& type : {QStringLiteral("icns"), QStringLiteral("png"), QStringLiteral("svg"), QString()}) {
+        const QString icon = bundle->pathForResourceOfType(name, type);
+        if (!icon.isNull())
+            return icon;
+    }
+    return {};
+}
+
+bool RVLinuxWorkspace::openApplication(const QString& path)
+{
+    const auto bundle = RVBundle::bundleWithPath(path);
+    const QString executable = bundle ? bundle->executablePath() : QString();
+    if (executable.isNull())
+        return false;
+    RVLaunchRequest request;
+    request.executable = executable;
+    request.workingDirectory = QDir::homePath();
+    request.ownSession = true;
+    return m_launcher->launch(request).task != nullptr;
+}
+
+int RVLinuxWorkspace::registerApplication(const QString& path)
+{
+    QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
+    if (dataHome.isEmpty() || !QDir::isAbsolutePath(dataHome))
+        dataHome = QDir::homePath() + QStringLiteral("/.local/share");
+    return RVDesktopEntry::registerBundle(path, dataHome).status;
+}
+
+QStringList RVLinuxWorkspace::loginItems()
+{
+    return RVAutostart::loginItems();
+}
+
+QString RVLinuxWorkspace::localApplicationsDirectory()
+{
+    return m_localApplications;
+}
+
+QString RVLinuxWorkspace::userApplicationsDirectory()
+{
+    return QDir::homePath() + QStringLiteral("/Applications");
+}

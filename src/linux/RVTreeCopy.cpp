@@ -1,0 +1,302 @@
+#include "RVTreeCopy.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <map>
+#include <string>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// Closes a descriptor when it goes out of scope.
+struct Fd
+{
+    int fd = -1;
+    explicit Fd(int value) : fd(value) {}
+    ~Fd()
+    {
+        if (fd >= 0)
+            ::close(fd);
+    }
+    Fd(const Fd&) = delete;
+    Fd& operator=(const Fd&) = delete;
+};
+
+class TreeCopier
+{
+public:
+    bool copy(int sourceDir, const char* sourceName, int targetDir, const char* targetName,
+              const std::string& relative);
+    QString error;
+
+private:
+    bool fail(const std::string& what, const std::string& path)
+    {
+        if (error.isEmpty())
+            error = QString::fromStdString(what + " " + path + ": " + std::strerror(errno));
+        return false;
+    }
+    bool copyFolder(int sourceDir, const char* sourceName, int targetDir, const char* targetName,
+                    const struct stat& info, const std::string& relative);
+    bool copyFile(int sourceDir, const char* sourceName, int targetDir, const char* targetName,
+                  const struct stat& info, const std::string& relative);
+    bool copyLink(int sourceDir, const char* sourceName, int targetDir, const char* targetName,
+                  const struct stat& info, const std::string& relative);
+    static bool copyData(int from, int to, off_t size);
+    static void copyAttributes(int from, int to);
+    static void copyOwnerAndMode(int fd, const struct stat& info);
+
+    // Hard links inside the tree: the first copy of each (device, inode) seen.
+    std::map<std::pair<dev_t, ino_t>, std::string> m_links;
+    int m_rootTarget = -1;
+    std::string m_rootName;
+
+public:
+    void setRoot(int targetDir, const char* targetName)
+    {
+        m_rootTarget = targetDir;
+        m_rootName = targetName;
+    }
+};
+
+bool TreeCopier::copy(int sourceDir, const char* sourceName, int targetDir, const char* targetName,
+                      const std::string& relative)
+{
+    struct stat info {};
+    if (::fstatat(sourceDir, sourceName, &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return fail("cannot read", relative);
+    if (S_ISDIR(info.st_mode))
+        return copyFolder(sourceDir, sourceName, targetDir, targetName, info, relative);
+    if (S_ISREG(info.st_mode))
+        return copyFile(sourceDir, sourceName, targetDir, targetName, info, relative);
+    if (S_ISLNK(info.st_mode))
+        return copyLink(sourceDir, sourceName, targetDir, targetName, info, relative);
+    if (::mknodat(targetDir, targetName, info.st_mode, info.st_rdev) != 0)
+        return fail("cannot make special file", relative);
+    return true;
+}
+
+bool TreeCopier::copyFolder(int sourceDir, const char* sourceName, int targetDir,
+                            const char* targetName, const struct stat& info,
+                            const std::string& relative)
+{
+    Fd from(::openat(sourceDir, sourceName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (from.fd < 0)
+        return fail("cannot open folder", relative);
+    // Private until it is complete, then the source's mode.
+    if (::mkdirat(targetDir, targetName, 0700) != 0)
+        return fail("cannot create folder", relative);
+    Fd to(::openat(targetDir, targetName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (to.fd < 0)
+        return fail("cannot open new folder", relative);
+
+    DIR* listing = ::fdopendir(::dup(from.fd));
+    if (!listing)
+        return fail("cannot list", relative);
+    std::vector<std::string> names;
+    errno = 0;
+    while (const dirent* entry = ::readdir(listing)) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+            names.emplace_back(entry->d_name);
+    }
+    const int listError = errno;
+    ::closedir(listing);
+    if (listError != 0) {
+        errno = listError;
+        return fail("cannot list", relative);
+    }
+    for (const std::string& name : names) {
+        if (!copy(from.fd, name.c_str(), to.fd, name.c_str(), relative + "/" + name))
+            return false;
+    }
+    copyAttributes(from.fd, to.fd);
+    copyOwnerAndMode(to.fd, info);
+    const struct timespec times[2] = {info.st_atim, info.st_mtim};
+    ::futimens(to.fd, times);
+    return true;
+}
+
+bool TreeCopier::copyFile(int sourceDir, const char* sourceName, int targetDir,
+                          const char* targetName, const struct stat& info,
+                          const std::string& relative)
+{
+    if (info.st_nlink > 1) {
+        const auto key = std::make_pair(info.st_dev, info.st_ino);
+        const auto seen = m_links.find(key);
+        if (seen != m_links.end()) {
+            // Link to the copy made earlier, addressed from the copy's root folder.
+            if (::linkat(m_rootTarget, seen->second.c_str(), targetDir, targetName, 0) == 0)
+                return true;
+        } else {
+            m_links.emplace(key, m_rootName + relative);
+        }
+    }
+    Fd from(::openat(sourceDir, sourceName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (from.fd < 0)
+        return fail("cannot open", relative);
+    Fd to(::openat(targetDir, targetName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (to.fd < 0)
+        return fail("cannot create", relative);
+    if (!copyData(from.fd, to.fd, info.st_size))
+        return fail("cannot copy", relative);
+    copyAttributes(from.fd, to.fd);
+    copyOwnerAndMode(to.fd, info);
+    const struct timespec times[2] = {info.st_atim, info.st_mtim};
+    ::futimens(to.fd, times);
+    return true;
+}
+
+bool TreeCopier::copyLink(int sourceDir, const char* sourceName, int targetDir,
+                          const char* targetName, const struct stat& info,
+                          const std::string& relative)
+{
+    std::vector<char> buffer(std::size_t(info.st_size > 0 ? info.st_size : 255) + 1);
+    const ssize_t length = ::readlinkat(sourceDir, sourceName, buffer.data(), buffer.size());
+    if (length < 0 || std::size_t(length) >= buffer.size())
+        return fail("cannot read link", relative);
+    buffer[std::size_t(length)] = '\0';
+    if (::symlinkat(buffer.data(), targetDir, targetName) != 0)
+        return fail("cannot create link", relative);
+    ::fchownat(targetDir, targetName, info.st_uid, info.st_gid, AT_SYMLINK_NOFOLLOW);
+    const struct timespec times[2] = {info.st_atim, info.st_mtim};
+    ::utimensat(targetDir, targetName, times, AT_SYMLINK_NOFOLLOW);
+    return true;
+}
+
+bool TreeCopier::copyData(int from, int to, off_t size)
+{
+    if (size == 0)
+        return true;
+    // Share the blocks where the file system can (btrfs, xfs); otherwise copy in the kernel.
+    if (::ioctl(to, FICLONE, from) == 0)
+        return true;
+    off_t left = size;
+    while (left > 0) {
+        const ssize_t copied = ::copy_file_range(from, nullptr, to, nullptr, std::size_t(left), 0);
+        if (copied > 0) {
+            left -= copied;
+            continue;
+        }
+        if (copied == 0)
+            return true; // the file shrank meanwhile
+        if (errno == EINTR)
+            continue;
+        if (errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
+            return false;
+        break; // not supported between these files: copy through user space
+    }
+    char buffer[128 * 1024];
+    for (;;) {
+        const ssize_t got = ::read(from, buffer, sizeof buffer);
+        if (got == 0)
+            return true;
+        if (got < 0) {
+            if (errno == EINTR)
+                continue;
+            return false;
+        }
+        for (ssize_t done = 0; done < got;) {
+            const ssize_t put = ::write(to, buffer + done, std::size_t(got - done));
+            if (put < 0) {
+                if (errno == EINTR)
+                    continue;
+                return false;
+            }
+            done += put;
+        }
+    }
+}
+
+void TreeCopier::copyAttributes(int from, int to)
+{
+    // Attributes the target cannot hold (another file system, a namespace we may not
+    // write) are left out, as cp -a does.
+    const ssize_t size = ::flistxattr(from, nullptr, 0);
+    if (size <= 0)
+        return;
+    std::vector<char> names(static_cast<std::size_t>(size));
+    const ssize_t listed = ::flistxattr(from, names.data(), names.size());
+    for (ssize_t at = 0; at < listed;) {
+        const char* name = names.data() + at;
+        at += ssize_t(std::strlen(name)) + 1;
+        const ssize_t length = ::fgetxattr(from, name, nullptr, 0);
+        if (length < 0)
+            continue;
+        std::vector<char> value(std::size_t(length) + 1);
+        const ssize_t got = ::fgetxattr(from, name, value.data(), value.size());
+        if (got >= 0)
+            ::fsetxattr(to, name, value.data(), std::size_t(got), 0);
+    }
+}
+
+void TreeCopier::copyOwnerAndMode(int fd, const struct stat& info)
+{
+    mode_t mode = info.st_mode & 07777;
+    if (::fchown(fd, info.st_uid, info.st_gid) != 0)
+        mode &= ~mode_t(S_ISUID | S_ISGID); // not the owner's any more: no set-id bits
+    ::fchmod(fd, mode);
+}
+
+bool removeAt(int dir, const char* name)
+{
+    struct stat info {};
+    if (::fstatat(dir, name, &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT;
+    if (!S_ISDIR(info.st_mode))
+        return ::unlinkat(dir, name, 0) == 0;
+    Fd folder(::openat(dir, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (folder.fd < 0)
+        return false;
+    DIR* listing = ::fdopendir(::dup(folder.fd));
+    if (!listing)
+        return false;
+    std::vector<std::string> names;
+    while (const dirent* entry = ::readdir(listing)) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+            names.emplace_back(entry->d_name);
+    }
+    ::closedir(listing);
+    bool ok = true;
+    for (const std::string& child : names)
+        ok = removeAt(folder.fd, child.c_str()) && ok;
+    return ::unlinkat(dir, name, AT_REMOVEDIR) == 0 && ok;
+}
+
+} // namespace
+
+bool RVCopyTree(const QString& source, const QString& target, QString* error)
+{
+    const QByteArray from = QFile::encodeName(source);
+    const QByteArray to = QFile::encodeName(target);
+    const qsizetype slash = to.lastIndexOf('/');
+    const QByteArray targetFolder = slash <= 0 ? QByteArray("/") : to.left(slash);
+    const QByteArray targetName = to.mid(slash + 1);
+    Fd folder(::open(targetFolder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.fd < 0) {
+        if (error)
+            *error = QStringLiteral("cannot open %1: %2").arg(QFile::decodeName(targetFolder),
+                                                              QString::fromLocal8Bit(std::strerror(errno)));
+        return false;
+    }
+    TreeCopier copier;
+    copier.setRoot(folder.fd, targetName.constData());
+    const bool ok = copier.copy(AT_FDCWD, from.constData(), folder.fd, targetName.constData(), "");
+    if (!ok && error)
+        *error = copier.error;
+    return ok;
+}
+
+bool RVRemoveTree(const QString& path)
+{
+    return removeAt(AT_FDCWD, QFile::encodeName(path).constData());
+}

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+
+// Copies the item at source to target like cp -a: folders recursively, symbolic links as
+// links, hard links within the tree as hard links, modes, times, owners (where allowed) and
+// extended attributes kept. Links are never followed. Precondition: nothing at target and
+// its folder exists. Not atomic: on failure a partial copy may be left at target, which the
+// caller removes.
+bool RVCopyTree(const QString& source, const QString& target, QString* error);
+
+// Deletes the item at path for good, a folder with its contents, never following a link.
+bool RVRemoveTree(const QString& path);

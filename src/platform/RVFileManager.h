@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+// The file operations of an installation. Paths are absolute.
+class RVFileManager
+{
+public:
+    virtual ~RVFileManager() = default;
+
+    // Whether anything (a dangling link too) is at path.
+    virtual bool fileExists(const QString& path) = 0;
+    // The names in a folder, not recursive; empty when it cannot be listed.
+    virtual std::optional<QStringList> contentsOfDirectory(const QString& path) = 0;
+    // Deletes for good, a folder with its contents; never follows a link. Not atomic.
+    virtual bool removeItem(const QString& path) = 0;
+    // Copies like cp -a (links stay links; modes, times, owners where allowed and extended
+    // attributes kept). Precondition: nothing at target; missing folders above it are made
+    // (0755). Atomic for the target: the copy is built beside it and renamed into place, so
+    // target never holds a partial copy.
+    virtual bool copyItem(const QString& source, const QString& target) = 0;
+    // access(W_OK) of the calling user; no for a path that does not exist.
+    virtual bool isWritable(const QString& path) = 0;
+    // The name the file browser shows for path.
+    virtual QString displayName(const QString& path) = 0;
+    // Same device and inode (both must exist).
+    virtual bool isSameItem(const QString& a, const QString& b) = 0;
+    // Whether path opens for reading and writing (no creation, nothing written).
+    virtual bool canOpenForReadingAndWriting(const QString& path) = 0;
+    // Creates an empty file exclusively at path, never through a link, and removes it again.
+    virtual bool createAndRemoveProbeFile(const QString& path) = 0;
+};

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// What the desktop does with files and applications.
+class RVWorkspace
+{
+public:
+    virtual ~RVWorkspace() = default;
+
+    // Moves the named items of folder to the Trash of the user on whose behalf we act.
+    virtual bool recycle(const QString& folder, const QStringList& names) = 0;
+    // Nothing to send on Linux: file managers watch with inotify. Kept as one named place.
+    virtual void noteFileSystemChanged(const QString& path) = 0;
+    // An image file that shows path; null when there is none.
+    virtual QString iconForFile(const QString& path) = 0;
+    // Launches the application bundle at path; whether it was started.
+    virtual bool openApplication(const QString& path) = 0;
+    // Registers the bundle with the desktop; 0 on success, else an error status.
+    virtual int registerApplication(const QString& path) = 0;
+    // The paths of the session's login items, in their order.
+    virtual QStringList loginItems() = 0;
+    // The applications folder of the whole system and of the user.
+    virtual QString localApplicationsDirectory() = 0;
+    virtual QString userApplicationsDirectory() = 0;
+};

@@ -1,0 +1,73 @@
+// train: the privileged copy tool. pkexec starts it as root with a cleared environment in
+// root's home, so it trusts nothing but its arguments: absolute paths without "..", a real
+// .app folder as the source. It runs the installer's own copy procedure, and the previous
+// copy goes to the Trash of the user who asked (PKEXEC_UID).
+#include "InstallFunction.h"
+#include "RVLinuxFileManager.h"
+#include "RVLinuxLauncher.h"
+#include "RVLinuxWorkspace.h"
+#include "RVLog.h"
+#include "RVPlatform.h"
+
+#include <QDir>
+#include <QFile>
+#include <QString>
+#include <QStringList>
+
+#include <sys/stat.h>
+
+namespace {
+
+constexpr int kUsage = 64;
+
+bool isPlainAbsolutePath(const QString& path)
+{
+    if (!path.startsWith(u'/') || path.contains(u'\0'))
+        return false;
+    for (const QString& part : path.split(u'/', Qt::SkipEmptyParts)) {
+        if (part == u".." || part == u".")
+            return false;
+    }
+    return true;
+}
+
+bool isRealAppFolder(const QString& path)
+{
+    struct stat info {};
+    return path.endsWith(QStringLiteral(".app")) &&
+           ::lstat(QFile::encodeName(path).constData(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    RVLogging::setProcessName(QStringLiteral("train"));
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments << QString::fromUtf8(argv[i]);
+    if (arguments.size() < 2 || arguments.size() > 3) {
+        RVLog(QStringLiteral("usage: train source destination [wrapper]"));
+        return kUsage;
+    }
+    for (const QString& path : arguments) {
+        if (!isPlainAbsolutePath(path)) {
+            RVLog(QStringLiteral("refusing path %@: absolute paths without \"..\" only"), path);
+            return kUsage;
+        }
+    }
+    const QString source = QDir::cleanPath(arguments[0]);
+    const QString destination = QDir::cleanPath(arguments[1]);
+    const QString wrapper = arguments.size() > 2 ? QDir::cleanPath(arguments[2]) : QString();
+    if (!isRealAppFolder(source)) {
+        RVLog(QStringLiteral("refusing source %@: not an application folder"), source);
+        return kUsage;
+    }
+
+    RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(),
+                         .workspace = std::make_shared<RVLinuxWorkspace>(
+                             std::make_shared<RVLinuxLauncher>(), QStringLiteral("/Applications"))});
+    const int result = InstallApplication(source, destination, wrapper);
+    RVLog(QStringLiteral("install %@ -> %@: %d"), source, destination, result);
+    return result;
+}
