@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FakeInstallServices.h"
+#include "QtPrinters.h"
 #include "FakeProcessTable.h"
 #include "RVLog.h"
 #include "RVPlatform.h"
@@ -72,9 +74,12 @@ public:
           defaults(std::make_shared<FakeUserDefaults>()),
           launcher(std::make_shared<FakeLauncher>()), clock(std::make_shared<FakeClock>()),
           processTable(std::make_shared<FakeProcessTable>()),
-          windowSystem(std::make_shared<FakeWindowSystem>()), m_saved(RVPlatform::current().services())
+          windowSystem(std::make_shared<FakeWindowSystem>()),
+          fileManager(std::make_shared<FakeFileManager>()), workspace(std::make_shared<FakeWorkspace>()),
+          authorization(std::make_shared<FakeAuthorization>()), m_saved(RVPlatform::current().services())
     {
-        RVPlatform::install({facts, defaults, launcher, clock, processTable, windowSystem});
+        RVPlatform::install({facts, defaults, launcher, clock, processTable, windowSystem, fileManager,
+                             workspace, authorization});
     }
     ~FakePlatform() { RVPlatform::install(m_saved); }
 
@@ -84,6 +89,9 @@ public:
     std::shared_ptr<FakeClock> clock;
     std::shared_ptr<FakeProcessTable> processTable;
     std::shared_ptr<FakeWindowSystem> windowSystem;
+    std::shared_ptr<FakeFileManager> fileManager;
+    std::shared_ptr<FakeWorkspace> workspace;
+    std::shared_ptr<FakeAuthorization> authorization;
 
 private:
     RVPlatform::Services m_saved;

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "RVAuthorization.h"
+#include "RVFileManager.h"
+#include "RVWorkspace.h"
+
+#include <QSet>
+#include <QStringList>
+
+#include <functional>
+
+// A file system of paths only: what exists and what may be written.
+class FakeFileManager : public RVFileManager
+{
+public:
+    QSet<QString> existing;
+    QSet<QString> writable;
+    QStringList probes; // probe files created
+    bool probeSucceeds = true;
+
+    bool fileExists(const QString& path) override { return existing.contains(path); }
+    std::optional<QStringList> contentsOfDirectory(const QString&) override { return std::nullopt; }
+    bool removeItem(const QString& path) override { return existing.remove(path); }
+    bool copyItem(const QString&, const QString& target) override
+    {
+        if (existing.contains(target))
+            return false;
+        existing.insert(target);
+        return true;
+    }
+    bool isWritable(const QString& path) override { return existing.contains(path) && writable.contains(path); }
+    QString displayName(const QString& path) override
+    {
+        QString name = path.section(u'/', -1);
+        if (name.endsWith(QStringLiteral(".app")))
+            name.chop(4);
+        return name;
+    }
+    bool isSameItem(const QString& a, const QString& b) override { return a == b; }
+    bool canOpenForReadingAndWriting(const QString& path) override { return isWritable(path); }
+    bool createAndRemoveProbeFile(const QString& path) override
+    {
+        probes << path;
+        return probeSucceeds;
+    }
+};
+
+class FakeWorkspace : public RVWorkspace
+{
+public:
+    QStringList calls;
+    QStringList login;
+    QString local = QStringLiteral("/Applications");
+    QString user = QStringLiteral("/home/u/Applications");
+    bool recycleSucceeds = true;
+    int registerStatus = 0;
+    int iconAnswersNullTimes = 0; // the first calls find no icon
+    int failedLaunches = 0;       // the first launches fail
+
+    bool recycle(const QString& folder, const QStringList& names) override
+    {
+        calls << QStringLiteral("recycle %1 %2").arg(folder, names.join(u','));
+        return recycleSucceeds;
+    }
+    void noteFileSystemChanged(const QString& path) override { calls << QStringLiteral("changed ") + path; }
+    QString iconForFile(const QString& path) override
+    {
+        calls << QStringLiteral("icon ") + path;
+        return iconAnswersNullTimes-- > 0 ? QString() : path + QStringLiteral("/icon.png");
+    }
+    bool openApplication(const QString& path) override
+    {
+        calls << QStringLiteral("open ") + path;
+        return failedLaunches-- <= 0;
+    }
+    int registerApplication(const QString& path) override
+    {
+        calls << QStringLiteral("register ") + path;
+        return registerStatus;
+    }
+    QStringList loginItems() override { return login; }
+    QString localApplicationsDirectory() override { return local; }
+    QString userApplicationsDirectory() override { return user; }
+};
+
+class FakeAuthorization : public RVAuthorization
+{
+public:
+    Outcome outcome{Outcome::Kind::Finished, true, 0, 0};
+    QString tool;
+    QStringList arguments;
+    int calls = 0;
+    Outcome executeWithPrivileges(const QString& t, const QStringList& a) override
+    {
+        ++calls;
+        tool = t;
+        arguments = a;
+        return outcome;
+    }
+};
