@@ -7,7 +7,7 @@ packages=(
     build-essential cmake ninja-build ccache pkg-config
     clang libclang-rt-14-dev
     qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
-    qt6-multimedia-dev libqt6svg6
+    qt6-multimedia-dev libqt6svg6 qt6-image-formats-plugins
     libplist-dev
     libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-screensaver0-dev libxcb-xtest0-dev
     libgtest-dev libgmock-dev googletest

@@ -1,0 +1,277 @@
+#include "FakePlatform.h"
+#include "InstallFunction.h"
+#include "RVLinuxFileManager.h"
+#include "RVLinuxLauncher.h"
+#include "RVLinuxWorkspace.h"
+#include "RVTrash.h"
+#include "TempDir.h"
+#include "TreeSnapshot.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+namespace {
+
+// Runs a trash-cli command with the test's data folder and answers its output.
+QString trashCli(const QString& program, const QStringList& arguments, const QString& dataHome,
+                 const QByteArray& input = {})
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    process.waitForFinished(20000);
+    return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
+}
+
+class InstallApplicationTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        dataHome = tmp.mkdir(QStringLiteral("home/.local/share"));
+        qputenv("XDG_DATA_HOME", dataHome.toUtf8());
+        qunsetenv("PKEXEC_UID");
+        applications = tmp.file(QStringLiteral("Applications"));
+        RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(),
+                             .workspace = std::make_shared<RVLinuxWorkspace>(std::make_shared<RVLinuxLauncher>(),
+                                                                             applications)});
+    }
+    void TearDown() override { qunsetenv("XDG_DATA_HOME"); }
+
+    // A product bundle with the kinds of items a real one has.
+    QString makeProduct(const QString& relative, const QByteArray& version)
+    {
+        const QString app = tmp.mkdir(relative);
+        tmp.write(relative + QStringLiteral("/Contents/Info.plist"), "{ CFBundleVersion = \"" + version + "\"; }");
+        tmp.write(relative + QStringLiteral("/Contents/MacOS/Product"), "#!/bin/sh\necho " + version + "\n",
+                  QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup);
+        tmp.write(relative + QStringLiteral("/Contents/Resources/Data.bin"), QByteArray(100000, 'x') + version);
+        QFile::link(QStringLiteral("Data.bin"), app + QStringLiteral("/Contents/Resources/Alias.bin"));
+        QFile::link(QStringLiteral("/nonexistent/target"), app + QStringLiteral("/Contents/Resources/Dangling"));
+        ::link(QFile::encodeName(app + QStringLiteral("/Contents/Resources/Data.bin")).constData(),
+               QFile::encodeName(app + QStringLiteral("/Contents/Resources/Hard.bin")).constData());
+        const QByteArray tagged = QFile::encodeName(app + QStringLiteral("/Contents/Info.plist"));
+        ::setxattr(tagged.constData(), "user.velmora.test", "kept", 4, 0);
+        return app;
+    }
+
+    QString versionAt(const QString& app)
+    {
+        QFile f(app + QStringLiteral("/Contents/Info.plist"));
+        return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
+    }
+
+    TempDir tmp;
+    FakePlatform platform; // only for the log and the facts; files and workspace are real
+    QString dataHome;
+    QString applications;
+    LogCapture log;
+};
+
+TEST_F(InstallApplicationTest, CopiesLikeCpAAndCreatesMissingFolders)
+{
+    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
+    const QString destination = applications + QStringLiteral("/Sub/Product.app");
+    ASSERT_EQ(InstallApplication(source, destination, QString()), InstallResultSuccess);
+    EXPECT_TRUE(log.lines().isEmpty()) << log.lines().join(u'\n').toStdString();
+
+    auto expected = snapshotTree(source);
+    auto actual = snapshotTree(destination);
+    EXPECT_EQ(actual, expected);
+    EXPECT_TRUE(describeItem(destination + QStringLiteral("/Contents/Info.plist")).contains("user.velmora.test=kept"));
+    EXPECT_TRUE(describeItem(destination + QStringLiteral("/Contents/Resources/Hard.bin")).contains("nlink=2"));
+    struct stat info {};
+    ::stat(QFile::encodeName(applications + QStringLiteral("/Sub")).constData(), &info);
+    EXPECT_EQ(info.st_mode & 07777, 0755u);
+    EXPECT_EQ(QDir(applications + QStringLiteral("/Sub")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+              QStringList{QStringLiteral("Product.app")});
+}
+
+TEST_F(InstallApplicationTest, PreviousCopyGoesToTheTrashAndComesBack)
+{
+    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
+    const QString destination = makeProduct(QStringLiteral("Applications/Product.app"), "1");
+    ASSERT_EQ(InstallApplication(source, destination, QString()), InstallResultSuccess);
+    EXPECT_TRUE(versionAt(destination).contains(u'2'));
+
+    const QString listed = trashCli(QStringLiteral("trash-list"), {}, dataHome);
+    EXPECT_TRUE(listed.contains(destination)) << listed.toStdString();
+    // Make room and restore the previous copy with an independent client.
+    ASSERT_TRUE(QDir().rename(destination, tmp.file(QStringLiteral("new.app"))));
+    trashCli(QStringLiteral("trash-restore"), {applications}, dataHome, "0\n");
+    EXPECT_TRUE(versionAt(destination).contains(u'1')) << versionAt(destination).toStdString();
+}
+
+TEST_F(InstallApplicationTest, WrapperItemsLandBesideTheProduct)
+{
+    const QString source = makeProduct(QStringLiteral("src/Suite/Product.app"), "2");
+    tmp.write(QStringLiteral("src/Suite/Read Me.txt"), "new read me");
+    const QString wrapper = tmp.file(QStringLiteral("src/Suite"));
+
+    // Target folder missing: the whole wrapper becomes it.
+    const QString fresh = applications + QStringLiteral("/Suite/Product.app");
+    ASSERT_EQ(InstallApplication(source, fresh, wrapper), InstallResultSuccess);
+    EXPECT_TRUE(QFile::exists(applications + QStringLiteral("/Suite/Read Me.txt")));
+    EXPECT_TRUE(versionAt(fresh).contains(u'2'));
+
+    // Target folder present with an old item: the item is replaced for good, the previous
+    // product (the wrapper's own copy of it) goes to the trash and the source is copied.
+    tmp.write(QStringLiteral("Applications/Suite/Read Me.txt"), "old read me");
+    ASSERT_EQ(InstallApplication(source, fresh, wrapper), InstallResultSuccess);
+    QFile readMe(applications + QStringLiteral("/Suite/Read Me.txt"));
+    ASSERT_TRUE(readMe.open(QIODevice::ReadOnly));
+    EXPECT_EQ(readMe.readAll(), QByteArray("new read me"));
+    EXPECT_FALSE(trashCli(QStringLiteral("trash-list"), {}, dataHome).contains(QStringLiteral("Read Me")));
+    EXPECT_TRUE(trashCli(QStringLiteral("trash-list"), {}, dataHome).contains(fresh));
+}
+
+TEST_F(InstallApplicationTest, InstallingOverItselfDestroysNothing)
+{
+    const QString product = makeProduct(QStringLiteral("Applications/Product.app"), "1");
+    const auto before = snapshotTree(product);
+    EXPECT_EQ(InstallApplication(product, product, QString()), InstallResultSuccess);
+    EXPECT_EQ(snapshotTree(product), before);
+    EXPECT_FALSE(QFile::exists(dataHome + QStringLiteral("/Trash/files/Product.app")));
+}
+
+TEST_F(InstallApplicationTest, DestinationInsideTheSourceIsRefused)
+{
+    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
+    const auto before = snapshotTree(source);
+    EXPECT_EQ(InstallApplication(source, source + QStringLiteral("/Contents/Product.app"), QString()),
+              InstallResultCopyFailed);
+    EXPECT_EQ(snapshotTree(source), before);
+}
+
+TEST_F(InstallApplicationTest, TrashThatCannotBeMadeLeavesThePreviousCopyUntouched)
+{
+    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
+    const QString destination = makeProduct(QStringLiteral("Applications/Product.app"), "1");
+    tmp.write(QStringLiteral("home/.local/share/Trash"), "a file where the trash folder belongs");
+    const auto before = snapshotTree(destination);
+    EXPECT_EQ(InstallApplication(source, destination, QString()), InstallResultTrashFailed);
+    EXPECT_EQ(snapshotTree(destination), before);
+    const QStringList lines = log.lines();
+    ASSERT_GE(lines.size(), 2);
+    EXPECT_EQ(lines.mid(lines.size() - 2),
+              (QStringList{QStringLiteral("ERROR -- Could not trash '%1'").arg(destination),
+                           QStringLiteral("ERROR -- Could not trash existing %1").arg(destination)}));
+}
+
+TEST_F(InstallApplicationTest, FullDiskKeepsThePreviousCopyInTheVolumesTrash)
+{
+    const QString volume = tmp.mkdir(QStringLiteral("volume"));
+    if (::mount("tmpfs", QFile::encodeName(volume).constData(), "tmpfs", 0, "size=1m") != 0)
+        GTEST_SKIP() << "mounting a tmpfs needs root";
+    struct Unmount
+    {
+        QString path;
+        ~Unmount() { ::umount2(QFile::encodeName(path).constData(), MNT_DETACH); }
+    } unmount{volume};
+
+    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
+    tmp.write(QStringLiteral("src/Product.app/Contents/Resources/Big.bin"), QByteArray(3 * 1024 * 1024, 'b'));
+    const QString destination = makeProduct(QStringLiteral("volume/Product.app"), "1");
+    const auto previous = snapshotTree(destination);
+
+    EXPECT_EQ(InstallApplication(source, destination, QString()), InstallResultCopyFailed);
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("ERROR -- Could not copy myself to %1").arg(destination)));
+    EXPECT_FALSE(QFile::exists(destination)); // no half product
+    const QString trashed = volume + QStringLiteral("/.Trash-%1/files/Product.app").arg(::getuid());
+    EXPECT_EQ(snapshotTree(trashed), previous);
+    QFile info(volume + QStringLiteral("/.Trash-%1/info/Product.app.trashinfo").arg(::getuid()));
+    ASSERT_TRUE(info.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(info.readAll().contains("\nPath=Product.app\n"));
+    const QStringList leftovers = QDir(volume).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    EXPECT_EQ(leftovers, QStringList{QStringLiteral(".Trash-%1").arg(::getuid())});
+    const QString listed = trashCli(QStringLiteral("trash-list"), {}, dataHome);
+    EXPECT_TRUE(listed.contains(destination)) << listed.toStdString();
+}
+
+TEST_F(InstallApplicationTest, UnreadableSourceItemFailsWithoutAPartialCopy)
+{
+    if (::getuid() != 0)
+        GTEST_SKIP() << "needs root to run the copy tool as another user";
+    // Root reads everything, so the copy runs as nobody through the real tool.
+    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
+    const QString secret = tmp.write(QStringLiteral("src/Product.app/Contents/Resources/Secret"), "x");
+    QFile::setPermissions(secret, {});
+    const QString target = tmp.mkdir(QStringLiteral("target"));
+    ::chown(QFile::encodeName(target).constData(), 65534, 65534);
+    QFile::setPermissions(tmp.path(), QFile::permissions(tmp.path()) | QFile::ExeOther | QFile::ReadOther);
+    QProcess train;
+    train.start(QStringLiteral("/usr/bin/setpriv"),
+                {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"), QStringLiteral("--clear-groups"),
+                 QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/Resources/train"), source,
+                 target + QStringLiteral("/Product.app")});
+    ASSERT_TRUE(train.waitForFinished(20000));
+    EXPECT_EQ(train.exitCode(), InstallResultCopyFailed) << train.readAllStandardError().toStdString();
+    EXPECT_TRUE(QDir(target).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
+}
+
+TEST(Trash, WritesInfoFirstAndPicksAnotherNameWhenTaken)
+{
+    TempDir tmp;
+    const QString dataHome = tmp.mkdir(QStringLiteral("share"));
+    const RVTrash trash(::getuid(), dataHome);
+    const QString name = QStringLiteral("Velmora Démo.app");
+    for (int round = 1; round <= 2; ++round) {
+        tmp.mkdir(name + QStringLiteral("/Contents"));
+        const RVTrash::Result result = trash.trash(tmp.file(name));
+        ASSERT_TRUE(result.ok) << result.error.toStdString();
+        EXPECT_EQ(QFileInfo(result.trashedPath).fileName(),
+                  round == 1 ? name : QStringLiteral("Velmora Démo 2.app"));
+        QFile info(result.infoPath);
+        ASSERT_TRUE(info.open(QIODevice::ReadOnly));
+        const QString text = QString::fromUtf8(info.readAll());
+        EXPECT_TRUE(text.startsWith(QStringLiteral("[Trash Info]\nPath=")));
+        EXPECT_TRUE(text.contains(QStringLiteral("Velmora%20D%C3%A9mo.app\n"))) << text.toStdString();
+        EXPECT_TRUE(QRegularExpression(QStringLiteral("\nDeletionDate=\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\n$"))
+                        .match(text).hasMatch()) << text.toStdString();
+    }
+    struct stat info {};
+    ::stat(QFile::encodeName(dataHome + QStringLiteral("/Trash")).constData(), &info);
+    EXPECT_EQ(info.st_mode & 0777, 0700u);
+    EXPECT_FALSE(trash.trash(tmp.file(QStringLiteral("missing"))).ok);
+}
+
+TEST(Trash, ActsForAnotherUserWhoCanListTheItem)
+{
+    if (::getuid() != 0)
+        GTEST_SKIP() << "acting for another user needs root";
+    TempDir tmp;
+    QFile::setPermissions(tmp.path(), QFile::permissions(tmp.path()) | QFile::ExeOther | QFile::ReadOther);
+    const QString home = tmp.mkdir(QStringLiteral("nobody"));
+    ::chown(QFile::encodeName(home).constData(), 65534, 65534);
+    const QString dataHome = home + QStringLiteral("/share");
+    tmp.mkdir(QStringLiteral("Applications/Product.app/Contents"));
+    const RVTrash trash(65534, dataHome);
+    const RVTrash::Result result = trash.trash(tmp.file(QStringLiteral("Applications/Product.app")));
+    ASSERT_TRUE(result.ok) << result.error.toStdString();
+    for (const QString& folder : {dataHome + QStringLiteral("/Trash"), dataHome + QStringLiteral("/Trash/files"),
+                                  dataHome + QStringLiteral("/Trash/info"), result.infoPath}) {
+        struct stat info {};
+        ASSERT_EQ(::stat(QFile::encodeName(folder).constData(), &info), 0) << folder.toStdString();
+        EXPECT_EQ(info.st_uid, 65534u) << folder.toStdString();
+    }
+    QProcess list;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
+    environment.insert(QStringLiteral("HOME"), home);
+    list.setProcessEnvironment(environment);
+    list.start(QStringLiteral("/usr/bin/setpriv"), {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
+                                                     QStringLiteral("--clear-groups"), QStringLiteral("trash-list")});
+    ASSERT_TRUE(list.waitForFinished(20000));
+    const QString output = QString::fromUtf8(list.readAllStandardOutput());
+    EXPECT_TRUE(output.contains(tmp.file(QStringLiteral("Applications/Product.app")))) << output.toStdString()
+                                                                                     << list.readAllStandardError().toStdString();
+}
+
+} // namespace
