@@ -141,7 +141,7 @@ RVDesktopEntry::Registration RVDesktopEntry::registerBundle(const QString& bundl
     if (!iconSource.isEmpty() && convertIcon(iconSource, icons + u'/' + id + QStringLiteral(".png")))
         result.iconPath = icons + u'/' + id + QStringLiteral(".png");
 
-    QString entry = QStringLiteral("[Desktop Entry]\nType=Application\nVersion=1.5\n");
+    QString entry = QStringLiteral("[Desktop Entry]\nType=Application\nVersion=1.0\n");
     entry += QStringLiteral("Name=") + escapeString(name) + u'\n';
     entry += QStringLiteral("Exec=") + escapeString(quoteExecArgument(executable)) + u'\n';
     entry += QStringLiteral("TryExec=") + escapeString(executable) + u'\n';

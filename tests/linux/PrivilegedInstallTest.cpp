@@ -1,0 +1,189 @@
+#include "FakePlatform.h"
+#include "InstallerWinController.h"
+#include "RVDesktopEntry.h"
+#include "RVLinuxFileManager.h"
+#include "RVLinuxLauncher.h"
+#include "RVLinuxWorkspace.h"
+#include "RVPkexecAuthorization.h"
+#include "RVProcTable.h"
+#include "RVProcess.h"
+#include "TempDir.h"
+#include "TestApps.h"
+
+#include <QImage>
+#include <QProcess>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const QString kTrain = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/Resources/train");
+
+class PkexecStandInTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        qputenv("XDG_DATA_HOME", tmp.mkdir(QStringLiteral("share")).toUtf8());
+        qunsetenv("PKEXEC_UID");
+    }
+    void TearDown() override { qunsetenv("XDG_DATA_HOME"); }
+
+    QString standIn(const QString& name, const QByteArray& body)
+    {
+        return tmp.write(name, "#!/bin/sh\n" + body, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    TempDir tmp;
+};
+
+TEST_F(PkexecStandInTest, ExitCodesMapToTheOutcomes)
+{
+    using Kind = RVAuthorization::Outcome::Kind;
+    const QString fails = standIn(QStringLiteral("fails.sh"), "exit 1\n");
+    const QString killed = standIn(QStringLiteral("killed.sh"), "kill -9 $$\n");
+    const QString passThrough = standIn(QStringLiteral("pkexec-pass.sh"), "exec \"$@\"\n");
+    struct Case
+    {
+        const char* name;
+        QString pkexec;
+        QString tool;
+        Kind kind;
+        bool exited;
+        int status;
+    } cases[] = {
+        {"dismissed", standIn(QStringLiteral("pkexec-126.sh"), "exit 126\n"), fails, Kind::Cancelled, false, 0},
+        {"not authorized", standIn(QStringLiteral("pkexec-127.sh"), "exit 127\n"), fails, Kind::NotAuthorized, false, 0},
+        {"tool exits 1", passThrough, fails, Kind::Finished, true, 1},
+        {"tool killed", passThrough, killed, Kind::Finished, false, 9},
+        {"tool succeeds", passThrough, standIn(QStringLiteral("ok.sh"), "exit 0\n"), Kind::Finished, true, 0},
+    };
+    for (const auto& c : cases) {
+        RVPkexecAuthorization authorization(c.pkexec);
+        const auto outcome = authorization.executeWithPrivileges(c.tool, {QStringLiteral("a b")});
+        EXPECT_EQ(outcome.kind, c.kind) << c.name;
+        if (c.kind == Kind::Finished) {
+            EXPECT_EQ(outcome.exited, c.exited) << c.name;
+            EXPECT_EQ(outcome.status, c.status) << c.name;
+        }
+    }
+    RVPkexecAuthorization missing(tmp.file(QStringLiteral("no-pkexec")));
+    EXPECT_EQ(missing.executeWithPrivileges(fails, {}).kind, Kind::NotStarted);
+}
+
+TEST_F(PkexecStandInTest, TheToolCopiesTheProductAndTrashesThePreviousCopy)
+{
+    const QString source = makeTestBundle(tmp.mkdir(QStringLiteral("src")), {QStringLiteral("Product"), QStringLiteral("product"),
+                                                                              QStringLiteral("PROD"), QString(), QStringLiteral("2.0")});
+    const QString destination = makeTestBundle(tmp.mkdir(QStringLiteral("Apps")), {QStringLiteral("Product"), QStringLiteral("product"),
+                                                                                   QStringLiteral("PROD"), QString(), QStringLiteral("1.0")});
+    FakePlatform platform;
+    LogCapture log;
+    platform.facts->executable = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/MacOS/VelmoraInstaller");
+    RVPlatform::install({.authorization = std::make_shared<RVPkexecAuthorization>(
+                             standIn(QStringLiteral("pkexec-pass.sh"), "exec \"$@\"\n"))});
+    InstallerWinController controller;
+    bool canceled = true;
+    EXPECT_TRUE(controller.authorizedInstallToWrapCanceled(source, destination, QString(), &canceled));
+    EXPECT_FALSE(canceled);
+    const auto bundle = RVBundle::bundleWithPath(destination);
+    ASSERT_TRUE(bundle);
+    EXPECT_EQ(bundle->objectForInfoDictionaryKey(QStringLiteral("CFBundleShortVersionString")).toString(), QStringLiteral("2.0"));
+    EXPECT_TRUE(QFile::exists(qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Trash/files/Product.app")));
+}
+
+TEST_F(PkexecStandInTest, TheToolRefusesWhatItShouldNotTrust)
+{
+    const QString app = tmp.mkdir(QStringLiteral("src/Product.app"));
+    QFile::link(app, tmp.file(QStringLiteral("src/Link.app")));
+    const QStringList refused[] = {
+        {QStringLiteral("relative/Product.app"), tmp.file(QStringLiteral("x/Product.app"))},
+        {app, tmp.file(QStringLiteral("x/../y/Product.app"))},
+        {tmp.file(QStringLiteral("src/Link.app")), tmp.file(QStringLiteral("x/Product.app"))},
+        {tmp.mkdir(QStringLiteral("src/Folder")), tmp.file(QStringLiteral("x/Folder"))},
+        {app},
+        {app, tmp.file(QStringLiteral("x/P.app")), tmp.file(QStringLiteral("w")), QStringLiteral("/extra")},
+    };
+    for (const QStringList& arguments : refused) {
+        QProcess train;
+        train.start(kTrain, arguments);
+        ASSERT_TRUE(train.waitForFinished(10000));
+        EXPECT_EQ(train.exitCode(), 64) << arguments.join(u' ').toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(tmp.file(QStringLiteral("x"))));
+}
+
+TEST(DesktopEntry, QuotingFollowsTheSpecificationAndReadsBack)
+{
+    struct Case
+    {
+        const char* argument;
+        const char* quoted;
+    } cases[] = {
+        {"/opt/Plain.app/Contents/MacOS/plain", "/opt/Plain.app/Contents/MacOS/plain"},
+        {"/opt/My App.app/x", "\"/opt/My App.app/x\""},
+        {"/opt/$HOME`x`\"q\".app/a\\b", "\"/opt/\\$HOME\\`x\\`\\\"q\\\".app/a\\\\b\""},
+        {"/opt/100%.app/x", "/opt/100%%.app/x"},
+    };
+    for (const auto& c : cases) {
+        const QString quoted = RVDesktopEntry::quoteExecArgument(QString::fromUtf8(c.argument));
+        EXPECT_EQ(quoted, QString::fromUtf8(c.quoted));
+        const QString exec = RVDesktopEntry::escapeString(quoted) + QStringLiteral(" %U");
+        EXPECT_EQ(RVDesktopEntry::programOfExec(exec), QString::fromUtf8(c.argument)) << exec.toStdString();
+    }
+}
+
+TEST(DesktopEntry, RegisteredEntryValidatesAndCarriesAPngIcon)
+{
+    TempDir tmp;
+    const QString app = makeTestBundle(tmp.mkdir(QStringLiteral("Apps $pecial")),
+                                       {QStringLiteral("Velmora Demo"), QStringLiteral("Velmora Demo"), QStringLiteral("VDMO"),
+                                        QStringLiteral("com.velmora.demo")});
+    QImage icon(64, 64, QImage::Format_ARGB32);
+    icon.fill(Qt::darkCyan);
+    icon.save(app + QStringLiteral("/Contents/Resources/demo.png"));
+    // Point CFBundleIconFile at it.
+    QFile info(app + QStringLiteral("/Contents/Info.plist"));
+    info.open(QIODevice::ReadOnly);
+    QByteArray plist = info.readAll();
+    info.close();
+    plist.replace("</dict>", "<key>CFBundleIconFile</key><string>demo</string></dict>");
+    tmp.write(QStringLiteral("Apps $pecial/Velmora Demo.app/Contents/Info.plist"), plist);
+
+    const auto registration = RVDesktopEntry::registerBundle(app, tmp.file(QStringLiteral("share")));
+    ASSERT_EQ(registration.status, 0);
+    EXPECT_EQ(registration.entryPath, tmp.file(QStringLiteral("share/applications/com.velmora.demo.desktop")));
+    EXPECT_EQ(QImage(registration.iconPath).size(), QSize(64, 64));
+    QProcess validate;
+    validate.start(QStringLiteral("desktop-file-validate"), {registration.entryPath});
+    ASSERT_TRUE(validate.waitForFinished(10000));
+    EXPECT_EQ(validate.exitCode(), 0) << validate.readAllStandardOutput().toStdString();
+    QFile entry(registration.entryPath);
+    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(entry.readAll());
+    const QString exec = text.section(QStringLiteral("Exec="), 1).section(u'\n', 0, 0);
+    EXPECT_EQ(RVDesktopEntry::programOfExec(exec), app + QStringLiteral("/Contents/MacOS/Velmora Demo"));
+    EXPECT_TRUE(text.contains(QStringLiteral("Icon=") + registration.iconPath));
+}
+
+TEST(Launch, OpenedBundleRunsAsAnApplication)
+{
+    TempDir tmp;
+    const QString app = makeTestBundle(tmp.path(), {QStringLiteral("Launchee"), QStringLiteral("launchee"), QStringLiteral("LNCH")});
+    RVLinuxWorkspace workspace(std::make_shared<RVLinuxLauncher>(), tmp.path());
+    FakePlatform platform;
+    RVPlatform::install({.processTable = std::make_shared<RVProcTable>()});
+    RVProcess::resetCacheForTesting();
+    ASSERT_TRUE(workspace.openApplication(app));
+    RVProcess::Ptr process;
+    for (int i = 0; i < 250 && !(process = RVProcess::processWithSignature(RVFourCC("LNCH"))); ++i)
+        QThread::msleep(20);
+    ASSERT_TRUE(process);
+    EXPECT_EQ(process->path(), app);
+    ::kill(process->unixPID(), SIGKILL);
+    EXPECT_FALSE(workspace.openApplication(tmp.file(QStringLiteral("Missing.app"))));
+    RVProcess::resetCacheForTesting();
+}
+
+} // namespace
