@@ -47,6 +47,7 @@ fuzz: deps
 
 bench: build
 	$(BUILD_DIR)/bench/process_table_bench
+	cd $(BUILD_DIR) && ./bench/copy_bench
 
 demo: deps
 	@echo "make demo: the installer window and the demo product are not built yet;"

@@ -5,13 +5,13 @@
 #include "RVLinuxWorkspace.h"
 #include "RVTrash.h"
 #include "TempDir.h"
+#include "TmpfsMount.h"
 #include "TreeSnapshot.h"
 
 #include <QProcess>
 #include <QRegularExpression>
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
 namespace {
 
@@ -168,13 +168,9 @@ TEST_F(InstallApplicationTest, TrashThatCannotBeMadeLeavesThePreviousCopyUntouch
 TEST_F(InstallApplicationTest, FullDiskKeepsThePreviousCopyInTheVolumesTrash)
 {
     const QString volume = tmp.mkdir(QStringLiteral("volume"));
-    if (::mount("tmpfs", QFile::encodeName(volume).constData(), "tmpfs", 0, "size=1m") != 0)
+    const TmpfsMount mount(volume, "size=1m");
+    if (!mount.mounted())
         GTEST_SKIP() << "mounting a tmpfs needs root";
-    struct Unmount
-    {
-        QString path;
-        ~Unmount() { ::umount2(QFile::encodeName(path).constData(), MNT_DETACH); }
-    } unmount{volume};
 
     const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
     tmp.write(QStringLiteral("src/Product.app/Contents/Resources/Big.bin"), QByteArray(3 * 1024 * 1024, 'b'));

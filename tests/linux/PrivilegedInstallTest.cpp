@@ -8,6 +8,7 @@
 #include "RVProcTable.h"
 #include "RVProcess.h"
 #include "TempDir.h"
+#include "TmpfsMount.h"
 #include "TestApps.h"
 
 #include <QImage>
@@ -184,6 +185,37 @@ TEST(Launch, OpenedBundleRunsAsAnApplication)
     ::kill(process->unixPID(), SIGKILL);
     EXPECT_FALSE(workspace.openApplication(tmp.file(QStringLiteral("Missing.app"))));
     RVProcess::resetCacheForTesting();
+}
+
+} // namespace
+
+namespace {
+
+TEST(RealPkexec, CopiesAProductThroughTrain)
+{
+    if (!qEnvironmentVariableIsSet("RV_REAL_PKEXEC") || ::getuid() != 0)
+        GTEST_SKIP() << "needs root with polkitd: run under tests/linux/with-polkit.sh";
+    TempDir tmp;
+    const QString volume = tmp.mkdir(QStringLiteral("volume"));
+    // The previous copy lives on a volume of its own, so that its trash stays in this test.
+    const TmpfsMount mount(volume, "size=16m");
+    if (!mount.mounted())
+        GTEST_SKIP() << "cannot mount a tmpfs";
+    const QString source = makeTestBundle(tmp.mkdir(QStringLiteral("src")), {QStringLiteral("Product"), QStringLiteral("product"),
+                                                                              QStringLiteral("PROD"), QString(), QStringLiteral("2.0")});
+    const QString destination = makeTestBundle(volume, {QStringLiteral("Product"), QStringLiteral("product"),
+                                                        QStringLiteral("PROD"), QString(), QStringLiteral("1.0")});
+    RVPkexecAuthorization pkexec;
+    const auto outcome = pkexec.executeWithPrivileges(kTrain, {source, destination});
+    ASSERT_EQ(outcome.kind, RVAuthorization::Outcome::Kind::Finished);
+    EXPECT_TRUE(outcome.exited);
+    EXPECT_EQ(outcome.status, 0);
+    const auto installed = RVBundle::bundleWithPath(destination);
+    ASSERT_TRUE(installed);
+    EXPECT_EQ(installed->objectForInfoDictionaryKey(QStringLiteral("CFBundleShortVersionString")).toString(), QStringLiteral("2.0"));
+    const auto previous = RVBundle::bundleWithPath(volume + QStringLiteral("/.Trash-0/files/Product.app"));
+    ASSERT_TRUE(previous);
+    EXPECT_EQ(previous->objectForInfoDictionaryKey(QStringLiteral("CFBundleShortVersionString")).toString(), QStringLiteral("1.0"));
 }
 
 } // namespace
