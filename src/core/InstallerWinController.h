@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RVBundle.h"
 #include "RVCoreOnly.h"
 #include "RVFourCharCode.h"
 #include "RVInstallerArguments.h"
@@ -7,7 +8,11 @@
 #include <QObject>
 #include <QString>
 
+#include <atomic>
+#include <mutex>
 #include <optional>
+
+class RVInstallerView;
 
 // The session object: owns one installation from start-up to the final page. Its
 // operations are split over files by concern: arguments, quitting running copies,
@@ -18,6 +23,31 @@ class InstallerWinController : public QObject
 
 public:
     explicit InstallerWinController(QObject* parent = nullptr) : QObject(parent) {}
+    // The window whose controls the session fills; set before awakeFromNib.
+    void setView(RVInstallerView* view) { m_view = view; }
+
+    // Start-up (InstallerStartup.cpp)
+    void awakeFromNib();
+
+    // Pages and dialogs (InstallerPages.cpp)
+    void selectTab(int page);
+    void showSetupError(const QString& message);
+    void systemVersionAlertDidEnd(int returnCode);
+    static bool applicationShouldTerminateAfterLastWindowClosed() { return true; }
+    void showFinalMessage(const QString& format);
+    void install();
+    void cancel();
+    void openDocumentation();
+    bool finished() const { return m_finished; }
+
+    // Worker and completion (InstallerWorker.cpp)
+    void installThread();
+    Q_INVOKABLE void installationFinished(const QString& outcome);
+    void playDoneSound();
+    // Quits the application; waits first for a copy that is under way.
+    Q_INVOKABLE void terminate();
+    // Whether an installation worker runs (tests wait for it).
+    bool isWorking() const { return m_working; }
 
     // Arguments (InstallerArguments.cpp)
     void extractArguments();
@@ -48,15 +78,31 @@ public:
     bool authorizedInstallToWrapCanceled(const QString& source, const QString& destination,
                                          const QString& wrapper, bool* canceled);
 
-    // Starts (non-null) or stops (null) the progress animation; the window shows it.
-    // Called on the main thread through a queued hand-off.
-    Q_INVOKABLE virtual void animateProgress(const QString& flag) { Q_UNUSED(flag); }
+    // Starts (non-null) or stops (null) the progress animation; called on the main thread
+    // through a queued hand-off.
+    Q_INVOKABLE virtual void animateProgress(const QString& flag);
+
+signals:
+    // The application should end now; the window's owner quits the event loop.
+    void terminateRequested();
 
 private:
     QString argument(const QString& key) const;
     void animateProgressOnMainThread(const QString& flag);
 
+    QString localizedWithProductName(const QString& key) const;
+    bool redirectLogIfStartedWithArguments();
+    bool completeSourcePath();
+    void showProductIcon(const std::optional<RVBundle>& product);
+    void fillPageTexts(const QString& version, bool hasDocumentation);
+    void showSystemVersionAlert(const QString& version, const QString& minimum);
+
     std::optional<RVInstallerArguments> m_arguments;
+    RVInstallerView* m_view = nullptr;
+    bool m_finished = false;
+    std::atomic<bool> m_working{false};
+    // Held while a copy runs; quitting waits for it so that no half product is left.
+    std::mutex m_copyMutex;
 };
 
 // The statuses of asking for administrator rights, as the security services number them.

@@ -3,9 +3,9 @@
 #include "RVBundle.h"
 #include "RVFormat.h"
 #include "RVLog.h"
+#include "RVNumbers.h"
 #include "RVPlatform.h"
 
-#include <QRegularExpression>
 #include <QStringList>
 
 const QString RVPlatformCocoa = QStringLiteral("Cocoa");
@@ -266,11 +266,8 @@ float procCpuTimeFromPsOutput(const QString& text)
     const qsizetype colon = text.indexOf(u':');
     if (colon < 0)
         return 0.0f;
-    // Like intValue and floatValue: leading blanks skipped, the longest numeric prefix read.
-    static const QRegularExpression integer(QStringLiteral("^\\s*([+-]?\\d+)"));
-    static const QRegularExpression real(QStringLiteral("^\\s*([+-]?(\\d+\\.?\\d*|\\.\\d+)([eE][+-]?\\d+)?)"));
-    const float minutes = float(integer.match(text.left(colon)).captured(1).toInt());
-    const float seconds = real.match(text.mid(colon + 1)).captured(1).toFloat();
+    const float minutes = float(RVLeadingInt(text.left(colon)));
+    const float seconds = float(RVLeadingDouble(text.mid(colon + 1)));
     return seconds + minutes * 60.0f;
 }
 

@@ -10,6 +10,7 @@
 #include "RVPkexecAuthorization.h"
 #include "RVPlatform.h"
 #include "RVProcTable.h"
+#include "RVQtAudio.h"
 #include "RVX11WindowSystem.h"
 
 namespace {
@@ -42,7 +43,8 @@ void RVLinuxPlatform::install(const QStringList& arguments)
                          .windowSystem = std::make_shared<RVX11WindowSystem>(),
                          .fileManager = std::make_shared<RVLinuxFileManager>(),
                          .workspace = std::make_shared<RVLinuxWorkspace>(launcher, applicationsFolder()),
-                         .authorization = std::make_shared<RVPkexecAuthorization>(pkexecPath())});
+                         .authorization = std::make_shared<RVPkexecAuthorization>(pkexecPath()),
+                         .audio = std::make_shared<RVQtAudio>()});
     // The own domain is the bundle identifier, which needs the facts installed first.
     const auto main = RVBundle::mainBundle();
     QString domain = main ? main->bundleIdentifier() : QString();

@@ -1,9 +1,11 @@
 #include "RVLinuxSystemFacts.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <cstdio>
 #include <sys/utsname.h>
 
 namespace {
@@ -87,4 +89,10 @@ QString RVLinuxSystemFacts::homeDirectory() const
 QString RVLinuxSystemFacts::openerPath() const
 {
     return QStringLiteral("/usr/bin/xdg-open");
+}
+
+bool RVLinuxSystemFacts::reopenStandardStream(int stream, const QString& path, const char* mode)
+{
+    FILE* file = stream == 1 ? stdout : stream == 2 ? stderr : nullptr;
+    return file && std::freopen(QFile::encodeName(path).constData(), mode, file) != nullptr;
 }

@@ -17,6 +17,7 @@ public:
     QString executablePath() const override;
     QString homeDirectory() const override;
     QString openerPath() const override;
+    bool reopenStandardStream(int stream, const QString& path, const char* mode) override;
 
     // The leading "major.minor.patch" numbers of a kernel release such as
     // "6.1.0-18-amd64"; a part that is missing is empty.

@@ -30,4 +30,6 @@ void RVPlatform::install(Services services)
         s.workspace = std::move(services.workspace);
     if (services.authorization)
         s.authorization = std::move(services.authorization);
+    if (services.audio)
+        s.audio = std::move(services.audio);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RVAudio.h"
 #include "RVAuthorization.h"
 #include "RVClock.h"
 #include "RVFileManager.h"
@@ -30,6 +31,7 @@ public:
         std::shared_ptr<RVFileManager> fileManager = nullptr;
         std::shared_ptr<RVWorkspace> workspace = nullptr;
         std::shared_ptr<RVAuthorization> authorization = nullptr;
+        std::shared_ptr<RVAudio> audio = nullptr;
     };
     // Replaces the services whose pointers are set and keeps the others.
     static void install(Services services);
@@ -43,6 +45,7 @@ public:
     RVFileManager& fileManager() const { return *m_services.fileManager; }
     RVWorkspace& workspace() const { return *m_services.workspace; }
     RVAuthorization& authorization() const { return *m_services.authorization; }
+    RVAudio& audio() const { return *m_services.audio; }
 
     const Services& services() const { return m_services; }
 

@@ -28,4 +28,6 @@ public:
     virtual QString homeDirectory() const = 0;
     // The program that opens documents and addresses with their default application.
     virtual QString openerPath() const = 0;
+    // Reopens standard output (1) or standard error (2) on path with a C library mode.
+    virtual bool reopenStandardStream(int stream, const QString& path, const char* mode) = 0;
 };

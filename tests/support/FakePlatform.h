@@ -7,6 +7,7 @@
 #include "RVPlatform.h"
 
 #include <QHash>
+#include <QSet>
 #include <QStringList>
 
 #include <map>
@@ -35,6 +36,13 @@ public:
     QString executablePath() const override { return executable; }
     QString homeDirectory() const override { return home; }
     QString openerPath() const override { return opener; }
+    QStringList reopened; // "stream path mode" of each reopening
+    QSet<QString> unopenable; // paths that cannot be opened
+    bool reopenStandardStream(int stream, const QString& path, const char* mode) override
+    {
+        reopened << QStringLiteral("%1 %2 %3").arg(stream).arg(path, QString::fromLatin1(mode));
+        return !unopenable.contains(path);
+    }
 };
 
 class FakeUserDefaults : public RVUserDefaults

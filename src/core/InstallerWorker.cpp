@@ -1,0 +1,108 @@
+#include "InstallerWinController.h"
+
+#include "RVInstallerInterface.h"
+#include "RVInstallerView.h"
+#include "RVLocalization.h"
+#include "RVLog.h"
+#include "RVNumbers.h"
+#include "RVPlatform.h"
+#include "SoundExtensions.h"
+
+#include <QMetaObject>
+#include <QTimer>
+
+namespace {
+constexpr int kQuitRetries = 3;
+} // namespace
+
+void InstallerWinController::installThread()
+{
+    const QString name = argument(RVInstallerKeyProductName);
+    RVLog(QStringLiteral("Install"));
+    animateProgressOnMainThread(QStringLiteral("YES"));
+
+    quitProcesses();
+    QString running = processToQuitStillRunning();
+    if (!running.isNull()) {
+        RVLog(QStringLiteral("%@ did not quit; will retry"), running);
+        for (int attempt = 0; attempt < kQuitRetries; ++attempt) {
+            RVPlatform::current().clock().sleepMicroseconds(1'000'000);
+            quitProcesses();
+            if (processToQuitStillRunning().isNull())
+                break;
+        }
+    }
+
+    QString outcome;
+    running = processToQuitStillRunning();
+    if (!running.isNull()) {
+        RVLog(QStringLiteral("%@ refused to quit; installation cancelled"), running);
+        outcome = RVFormat(RVLocalizedString(QStringLiteral(
+                               "%1$@ cannot be running during the installation.\rQuit %1$@, then click \"Install\" again.")),
+                           {running});
+    } else {
+        {
+            std::lock_guard copying(m_copyMutex);
+            outcome = installMyselfInDestination();
+        }
+        if (!outcome.isEmpty()) {
+            outcome = RVFormat(RVLocalizedString(outcome), {name});
+            if (!m_arguments->contains(RVInstallerKeyWrapperPath)) {
+                outcome += RVFormat(QStringLiteral("\r%@"),
+                                    {RVFormat(RVLocalizedString(QStringLiteral(
+                                                  "Try installing %1$@ manually by copying it to the Applications folder.")),
+                                              {name})});
+            }
+        }
+    }
+    m_working = false;
+    QMetaObject::invokeMethod(this, "installationFinished", Qt::QueuedConnection, Q_ARG(QString, outcome));
+}
+
+void InstallerWinController::animateProgress(const QString& flag)
+{
+    if (m_view)
+        m_view->setProgressAnimating(!flag.isNull());
+}
+
+void InstallerWinController::installationFinished(const QString& outcome)
+{
+    if (!outcome.isNull()) {
+        m_view->setFieldText(RVInstallerView::Field::Message, outcome);
+        m_view->setButtonEnabled(RVInstallerView::Button::Cancel, true);
+    } else {
+        showFinalMessage(QStringLiteral("%@ was successfully installed."));
+        m_view->setImageHidden(RVInstallerView::Image::Checkmark, false);
+        m_view->setButtonHidden(RVInstallerView::Button::Cancel, true);
+        m_view->setButtonEnabled(RVInstallerView::Button::Cancel, false);
+        if (!RVPlatform::current().userDefaults().boolForKey(QStringLiteral("nosound")))
+            playDoneSound();
+    }
+    m_view->setButtonEnabled(RVInstallerView::Button::Install, true);
+    m_view->setProgressAnimating(false);
+
+    const QString delayText = argument(RVInstallerCompletionQuit);
+    if (delayText.isNull())
+        return;
+    const float seconds = float(RVLeadingDouble(delayText));
+    RVLog(QStringLiteral("quit delay: %1.1f"), seconds);
+    if (seconds > 0)
+        QTimer::singleShot(int(double(seconds) * 1000.0), this, [this] { terminate(); });
+}
+
+void InstallerWinController::playDoneSound()
+{
+    if (argument(RVInstallerCompletionSound) != u"YES")
+        return;
+    RVSound done = RVSound::soundNamed(QStringLiteral("Done"));
+    done.setVolume(RVSound::alertVolume());
+    done.playAsSoundEffect();
+}
+
+void InstallerWinController::terminate()
+{
+    // Quitting in the middle of a copy would leave the previous copy in the trash and no
+    // product in its place: wait for the copy to end.
+    std::lock_guard copying(m_copyMutex);
+    emit terminateRequested();
+}

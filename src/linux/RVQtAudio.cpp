@@ -1,0 +1,115 @@
+#include "RVQtAudio.h"
+
+#include <QAudioDevice>
+#include <QCoreApplication>
+#include <QFile>
+#include <QMediaDevices>
+#include <QSoundEffect>
+#include <QThread>
+#include <QUrl>
+#include <QtEndian>
+
+#include <functional>
+
+namespace {
+
+// Runs work on the application's thread and waits for it.
+void onApplicationThread(const std::function<void()>& work)
+{
+    QCoreApplication* application = QCoreApplication::instance();
+    if (!application || QThread::currentThread() == application->thread())
+        work();
+    else
+        QMetaObject::invokeMethod(application, work, Qt::BlockingQueuedConnection);
+}
+
+// Seconds of sound in a RIFF/WAVE file; 0 for anything else.
+double waveDuration(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    const QByteArray head = file.read(4096);
+    if (!head.startsWith("RIFF") || head.mid(8, 4) != "WAVE")
+        return 0;
+    quint32 byteRate = 0;
+    for (qsizetype at = 12; at + 8 <= head.size();) {
+        const QByteArray id = head.mid(at, 4);
+        const quint32 size = qFromLittleEndian<quint32>(head.constData() + at + 4);
+        if (id == "fmt " && at + 20 <= head.size())
+            byteRate = qFromLittleEndian<quint32>(head.constData() + at + 16);
+        if (id == "data")
+            return byteRate ? double(size) / byteRate : 0;
+        at += 8 + qsizetype(size) + (size & 1);
+    }
+    return 0;
+}
+
+class QtPlayer : public RVAudioPlayer
+{
+public:
+    explicit QtPlayer(const QString& path) : m_path(path)
+    {
+        onApplicationThread([this] {
+            m_effect = std::make_unique<QSoundEffect>();
+            m_effect->setSource(QUrl::fromLocalFile(m_path));
+        });
+    }
+    ~QtPlayer() override
+    {
+        onApplicationThread([this] { m_effect.reset(); });
+    }
+
+    bool setPlaybackDevice(const QString& identifier) override
+    {
+        bool accepted = false;
+        onApplicationThread([&] {
+            if (identifier.isNull()) {
+                m_effect->setAudioDevice(QMediaDevices::defaultAudioOutput());
+                accepted = true;
+                return;
+            }
+            for (const QAudioDevice& device : QMediaDevices::audioOutputs()) {
+                if (QString::fromUtf8(device.id()) == identifier) {
+                    m_effect->setAudioDevice(device);
+                    accepted = true;
+                }
+            }
+        });
+        return accepted;
+    }
+    void setVolume(float volume) override
+    {
+        onApplicationThread([&] { m_effect->setVolume(volume); });
+    }
+    double duration() override { return waveDuration(m_path); }
+    void play() override
+    {
+        onApplicationThread([&] { m_effect->play(); });
+    }
+    QString description() const override { return QStringLiteral("<sound %1>").arg(m_path); }
+
+private:
+    QString m_path;
+    std::unique_ptr<QSoundEffect> m_effect;
+};
+
+} // namespace
+
+QString RVQtAudio::defaultSystemOutputDeviceIdentifier()
+{
+    QString identifier;
+    onApplicationThread([&] {
+        const QAudioDevice device = QMediaDevices::defaultAudioOutput();
+        if (!device.isNull())
+            identifier = QString::fromUtf8(device.id());
+    });
+    return identifier;
+}
+
+std::shared_ptr<RVAudioPlayer> RVQtAudio::load(const QString& path)
+{
+    if (!QFile::exists(path))
+        return nullptr;
+    return std::make_shared<QtPlayer>(path);
+}

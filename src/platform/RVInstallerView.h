@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+// The installer window as the session sees it: its controls by role. The widgets live in
+// src/app; tests use a fake. Every call happens on the main thread.
+class RVInstallerView
+{
+public:
+    virtual ~RVInstallerView() = default;
+
+    enum class Field { Name, Intro, Path, Explanation, Message };
+    enum class Button { Install, Cancel, Help };
+    enum class Image { Icon, Checkmark };
+
+    virtual QString windowTitle() const = 0;
+    virtual void setWindowTitle(const QString& title) = 0;
+    // The texts as the interface file has them (formats with one placeholder).
+    virtual QString fieldText(Field field) const = 0;
+    virtual void setFieldText(Field field, const QString& text) = 0;
+    virtual void setFieldHidden(Field field, bool hidden) = 0;
+    virtual void setButtonTitle(Button button, const QString& title) = 0;
+    virtual void setButtonHidden(Button button, bool hidden) = 0;
+    virtual void setButtonEnabled(Button button, bool enabled) = 0;
+    virtual void setImageHidden(Image image, bool hidden) = 0;
+    // Shows the image file in the icon view and as the application's icon; false when the
+    // file holds no image.
+    virtual bool setIconFromFile(const QString& path) = 0;
+    virtual void selectPage(int page) = 0;
+    virtual int selectedPage() const = 0;
+    // Loads a document (RTF, HTML, Markdown or plain text, told by its content) into the
+    // read-me view; false when it cannot be read.
+    virtual bool loadReadMe(const QString& path) = 0;
+    virtual void setProgressAnimating(bool animating) = 0;
+    // Centers the window, shows it in front and makes it the active one.
+    virtual void bringToFront() = 0;
+    // A window-modal alert; answer receives 1000 for the first button, 1001 for the second.
+    virtual void showAlert(const QString& message, const QString& informative, const QString& first,
+                           const QString& second, std::function<void(int)> answer) = 0;
+    virtual void beep() = 0;
+};
