@@ -1,27 +1,33 @@
-// The installer's entry. The window arrives with the session start-up; until then the
-// program sets up the platform, its string table and its arguments.
+// The installer's entry: the application, the window from the interface file, the session
+// and its start-up.
 #include "InstallerWinController.h"
+#include "InstallerWindow.h"
 #include "RVBundle.h"
 #include "RVLinuxPlatform.h"
 #include "RVLocalization.h"
 #include "RVPlatform.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QStringList>
 
 int main(int argc, char* argv[])
 {
-    QCoreApplication application(argc, argv);
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
+    QApplication application(argc, argv);
     RVLinuxPlatform::install(arguments);
-
     if (const auto bundle = RVBundle::mainBundle())
         RVLocalization::load(RVPlatform::current().systemFacts().currentLocale(),
                              bundle->resourcePath() + QStringLiteral("/translations"));
+    RVLocalization::installIntoApplication();
 
+    InstallerWindow window;
     InstallerWinController controller;
-    controller.extractArguments();
-    return 0;
+    controller.setView(&window);
+    window.connectController(&controller);
+    QObject::connect(&controller, &InstallerWinController::terminateRequested, &application,
+                     &QApplication::quit, Qt::QueuedConnection);
+    controller.awakeFromNib();
+    return application.exec();
 }

@@ -1,5 +1,6 @@
 #include "RVLocalization.h"
 
+#include <QCoreApplication>
 #include <QTranslator>
 
 #include <memory>
@@ -19,6 +20,13 @@ bool RVLocalization::load(const QLocale& locale, const QString& directory)
     std::lock_guard lock(g_mutex);
     g_translator = std::move(translator);
     return true;
+}
+
+void RVLocalization::installIntoApplication()
+{
+    std::lock_guard lock(g_mutex);
+    if (g_translator && QCoreApplication::instance())
+        QCoreApplication::installTranslator(g_translator.get());
 }
 
 void RVLocalization::unload()

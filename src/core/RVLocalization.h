@@ -11,6 +11,8 @@ namespace RVLocalization {
 // no table for it (English then shows the keys themselves).
 bool load(const QLocale& locale, const QString& directory);
 void unload();
+// Lets the interface file's texts use the same table (needs the application object).
+void installIntoApplication();
 } // namespace RVLocalization
 
 // The text for an English key; the key itself when the table has no entry.

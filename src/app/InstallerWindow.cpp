@@ -1,0 +1,194 @@
+#include "InstallerWindow.h"
+
+#include "InstallerWinController.h"
+#include "RVBundle.h"
+#include "RVRichText.h"
+#include "ui_InstallerWindow.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFile>
+#include <QMessageBox>
+#include <QScreen>
+#include <QStyle>
+#include <QTextBrowser>
+
+InstallerWindow::InstallerWindow(QWidget* parent) : QDialog(parent), m_ui(std::make_unique<Ui::InstallerWindow>())
+{
+    m_ui->setupUi(this);
+    if (const auto bundle = RVBundle::mainBundle()) {
+        const QString checkmark = bundle->pathForResourceOfType(QStringLiteral("checkmark"), QStringLiteral("png"));
+        m_ui->checkmarkField->setPixmap(QPixmap(checkmark).scaled(56, 56, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    }
+    m_ui->progressIndicator->setVisible(false);
+}
+
+InstallerWindow::~InstallerWindow() = default;
+
+void InstallerWindow::connectController(InstallerWinController* controller)
+{
+    m_controller = controller;
+    connect(m_ui->installButton, &QPushButton::clicked, controller, &InstallerWinController::install);
+    connect(m_ui->cancelButton, &QPushButton::clicked, controller, &InstallerWinController::cancel);
+    connect(m_ui->helpButton, &QPushButton::clicked, controller, &InstallerWinController::openDocumentation);
+}
+
+QLabel* InstallerWindow::label(Field field) const
+{
+    switch (field) {
+    case Field::Name: return m_ui->nameField;
+    case Field::Intro: return m_ui->introField;
+    case Field::Path: return m_ui->pathField;
+    case Field::Explanation: return m_ui->explanationField;
+    case Field::Message: return m_ui->messageField;
+    }
+    return nullptr;
+}
+
+QPushButton* InstallerWindow::button(Button which) const
+{
+    switch (which) {
+    case Button::Install: return m_ui->installButton;
+    case Button::Cancel: return m_ui->cancelButton;
+    case Button::Help: return m_ui->helpButton;
+    }
+    return nullptr;
+}
+
+QString InstallerWindow::windowTitle() const
+{
+    return QDialog::windowTitle();
+}
+
+void InstallerWindow::setWindowTitle(const QString& title)
+{
+    QDialog::setWindowTitle(title);
+}
+
+QString InstallerWindow::fieldText(Field field) const
+{
+    return label(field)->text();
+}
+
+void InstallerWindow::setFieldText(Field field, const QString& text)
+{
+    // The system's messages break lines with a carriage return.
+    QString shown = text;
+    shown.replace(u'\r', u'\n');
+    label(field)->setText(shown);
+}
+
+void InstallerWindow::setFieldHidden(Field field, bool hidden)
+{
+    label(field)->setHidden(hidden);
+    if (field == Field::Path)
+        m_ui->destinationLabel->setHidden(hidden);
+}
+
+void InstallerWindow::setButtonTitle(Button which, const QString& title)
+{
+    button(which)->setText(title);
+}
+
+void InstallerWindow::setButtonHidden(Button which, bool hidden)
+{
+    button(which)->setHidden(hidden);
+}
+
+void InstallerWindow::setButtonEnabled(Button which, bool enabled)
+{
+    button(which)->setEnabled(enabled);
+}
+
+void InstallerWindow::setImageHidden(Image image, bool hidden)
+{
+    (image == Image::Icon ? m_ui->iconField : m_ui->checkmarkField)->setHidden(hidden);
+}
+
+bool InstallerWindow::setIconFromFile(const QString& path)
+{
+    const QIcon icon(path);
+    const QPixmap pixmap = icon.pixmap(128, 128);
+    if (pixmap.isNull())
+        return false;
+    m_ui->iconField->setPixmap(pixmap);
+    QApplication::setWindowIcon(icon);
+    return true;
+}
+
+void InstallerWindow::selectPage(int page)
+{
+    m_ui->tabView->setCurrentIndex(page);
+}
+
+int InstallerWindow::selectedPage() const
+{
+    return m_ui->tabView->currentIndex();
+}
+
+bool InstallerWindow::loadReadMe(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray document = file.readAll();
+    QTextBrowser* view = m_ui->readMeTextView;
+    switch (RVRichText::detect(document)) {
+    case RVRichText::Format::Rtf: view->setHtml(RVRichText::rtfToHtml(document)); break;
+    case RVRichText::Format::Html: view->setHtml(QString::fromUtf8(document)); break;
+    case RVRichText::Format::Markdown: view->setMarkdown(QString::fromUtf8(document)); break;
+    case RVRichText::Format::Plain: view->setPlainText(QString::fromUtf8(document)); break;
+    }
+    return true;
+}
+
+void InstallerWindow::setProgressAnimating(bool animating)
+{
+    m_ui->progressIndicator->setVisible(animating);
+}
+
+void InstallerWindow::bringToFront()
+{
+    adjustSize();
+    if (const QScreen* screen = this->screen())
+        move(screen->availableGeometry().center() - rect().center());
+    show();
+    raise();
+    activateWindow();
+}
+
+void InstallerWindow::showAlert(const QString& message, const QString& informative, const QString& first,
+                                const QString& second, std::function<void(int)> answer)
+{
+    auto* alert = new QMessageBox(QMessageBox::Critical, QDialog::windowTitle(), message, QMessageBox::NoButton, this);
+    alert->setInformativeText(informative);
+    QPushButton* firstButton = alert->addButton(first, QMessageBox::AcceptRole);
+    alert->addButton(second, QMessageBox::ActionRole);
+    alert->setDefaultButton(firstButton);
+    alert->setWindowModality(Qt::WindowModal);
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    connect(alert, &QMessageBox::buttonClicked, this, [alert, firstButton, answer](QAbstractButton* clicked) {
+        answer(clicked == firstButton ? 1000 : 1001);
+        alert->close();
+    });
+    alert->open();
+}
+
+void InstallerWindow::beep()
+{
+    QApplication::beep();
+}
+
+void InstallerWindow::closeEvent(QCloseEvent* event)
+{
+    // Closing the window quits the installer (after a copy under way has ended).
+    event->ignore();
+    if (m_controller && InstallerWinController::applicationShouldTerminateAfterLastWindowClosed())
+        m_controller->terminate();
+}
+
+void InstallerWindow::reject()
+{
+    if (m_controller)
+        m_controller->cancel();
+}

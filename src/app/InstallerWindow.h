@@ -1,0 +1,54 @@
+#pragma once
+
+#include "RVInstallerView.h"
+
+#include <QDialog>
+
+#include <memory>
+
+namespace Ui {
+class InstallerWindow;
+}
+class InstallerWinController;
+
+// The installer window: the interface file's controls, shown to the session through the
+// view interface. Its buttons call the session's actions.
+class InstallerWindow : public QDialog, public RVInstallerView
+{
+    Q_OBJECT
+
+public:
+    explicit InstallerWindow(QWidget* parent = nullptr);
+    ~InstallerWindow() override;
+    void connectController(InstallerWinController* controller);
+
+    QString windowTitle() const override;
+    void setWindowTitle(const QString& title) override;
+    QString fieldText(Field field) const override;
+    void setFieldText(Field field, const QString& text) override;
+    void setFieldHidden(Field field, bool hidden) override;
+    void setButtonTitle(Button button, const QString& title) override;
+    void setButtonHidden(Button button, bool hidden) override;
+    void setButtonEnabled(Button button, bool enabled) override;
+    void setImageHidden(Image image, bool hidden) override;
+    bool setIconFromFile(const QString& path) override;
+    void selectPage(int page) override;
+    int selectedPage() const override;
+    bool loadReadMe(const QString& path) override;
+    void setProgressAnimating(bool animating) override;
+    void bringToFront() override;
+    void showAlert(const QString& message, const QString& informative, const QString& first,
+                   const QString& second, std::function<void(int)> answer) override;
+    void beep() override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void reject() override;
+
+private:
+    class QLabel* label(Field field) const;
+    class QPushButton* button(Button button) const;
+
+    std::unique_ptr<Ui::InstallerWindow> m_ui;
+    InstallerWinController* m_controller = nullptr;
+};
