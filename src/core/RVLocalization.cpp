@@ -29,6 +29,13 @@ void RVLocalization::installIntoApplication()
         QCoreApplication::installTranslator(g_translator.get());
 }
 
+void RVLocalization::uninstallFromApplication()
+{
+    std::lock_guard lock(g_mutex);
+    if (g_translator && QCoreApplication::instance())
+        QCoreApplication::removeTranslator(g_translator.get());
+}
+
 void RVLocalization::unload()
 {
     std::lock_guard lock(g_mutex);

@@ -13,6 +13,7 @@ bool load(const QLocale& locale, const QString& directory);
 void unload();
 // Lets the interface file's texts use the same table (needs the application object).
 void installIntoApplication();
+void uninstallFromApplication();
 } // namespace RVLocalization
 
 // The text for an English key; the key itself when the table has no entry.

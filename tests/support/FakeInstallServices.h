@@ -98,3 +98,39 @@ public:
         return outcome;
     }
 };
+
+#include "RVAudio.h"
+
+// Sounds that record what is done with them.
+class FakeAudio : public RVAudio
+{
+public:
+    struct Player : RVAudioPlayer
+    {
+        QString path;
+        QStringList* events;
+        QStringList refused;
+        bool setPlaybackDevice(const QString& id) override
+        {
+            *events << QStringLiteral("device %1").arg(id.isNull() ? QStringLiteral("(default)") : id);
+            return !refused.contains(id);
+        }
+        void setVolume(float v) override { *events << QStringLiteral("volume %1").arg(double(v)); }
+        double duration() override { return 0.5; }
+        void play() override { *events << QStringLiteral("play ") + path; }
+        QString description() const override { return QStringLiteral("<sound %1>").arg(path); }
+    };
+    QString device = QStringLiteral("alsa:default");
+    QStringList refusedDevices;
+    QStringList events;
+    QString defaultSystemOutputDeviceIdentifier() override { return device; }
+    std::shared_ptr<RVAudioPlayer> load(const QString& path) override
+    {
+        auto player = std::make_shared<Player>();
+        player->path = path;
+        player->events = &events;
+        player->refused = refusedDevices;
+        events << QStringLiteral("load ") + path;
+        return player;
+    }
+};

@@ -84,10 +84,11 @@ public:
           processTable(std::make_shared<FakeProcessTable>()),
           windowSystem(std::make_shared<FakeWindowSystem>()),
           fileManager(std::make_shared<FakeFileManager>()), workspace(std::make_shared<FakeWorkspace>()),
-          authorization(std::make_shared<FakeAuthorization>()), m_saved(RVPlatform::current().services())
+          authorization(std::make_shared<FakeAuthorization>()), audio(std::make_shared<FakeAudio>()),
+          m_saved(RVPlatform::current().services())
     {
         RVPlatform::install({facts, defaults, launcher, clock, processTable, windowSystem, fileManager,
-                             workspace, authorization});
+                             workspace, authorization, audio});
     }
     ~FakePlatform() { RVPlatform::install(m_saved); }
 
@@ -100,6 +101,7 @@ public:
     std::shared_ptr<FakeFileManager> fileManager;
     std::shared_ptr<FakeWorkspace> workspace;
     std::shared_ptr<FakeAuthorization> authorization;
+    std::shared_ptr<FakeAudio> audio;
 
 private:
     RVPlatform::Services m_saved;

@@ -1,0 +1,151 @@
+#include "FakePlatform.h"
+#include "InstallerWinController.h"
+#include "InstallerWindow.h"
+#include "RVLocalization.h"
+#include "RVProcess.h"
+#include "TempDir.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QStackedWidget>
+#include <QTextBrowser>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class WindowTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        RVProcess::resetCacheForTesting();
+        product = tmp.mkdir(QStringLiteral("Velmora Demo.app/Contents/Resources"));
+        product = tmp.file(QStringLiteral("Velmora Demo.app"));
+        tmp.write(QStringLiteral("Velmora Demo.app/Contents/Info.plist"),
+                  "{ CFBundleSignature = VDMO; CFBundleShortVersionString = \"1.2.0\"; }");
+        readMe = tmp.write(QStringLiteral("ReadMe.rtf"), "{\\rtf1\\ansi Welcome to {\\b Velmora}.\\par Enjoy.}");
+        platform.facts->executable = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/MacOS/VelmoraInstaller");
+        platform.fileManager->existing = {QStringLiteral("/Applications"), readMe};
+        platform.fileManager->writable = {QStringLiteral("/Applications")};
+        platform.facts->gestaltAnswers = {{RVFourCC("sys1"), 6}, {RVFourCC("sys2"), 1}};
+    }
+    void TearDown() override
+    {
+        RVProcess::resetCacheForTesting();
+        RVLocalization::uninstallFromApplication();
+        RVLocalization::unload();
+    }
+
+    void start(InstallerWindow& window, InstallerWinController& controller, QStringList extra = {})
+    {
+        platform.facts->arguments = QStringList{platform.facts->executable, QStringLiteral("-sourcePath"), product,
+                                                QStringLiteral("-readMePath"), readMe} + extra;
+        controller.setView(&window);
+        window.connectController(&controller);
+        controller.awakeFromNib();
+    }
+    template <typename T>
+    static T* child(QWidget& window, const char* name)
+    {
+        return window.findChild<T*>(QString::fromLatin1(name));
+    }
+
+    TempDir tmp;
+    FakePlatform platform;
+    LogCapture log;
+    QString product, readMe;
+};
+
+TEST_F(WindowTest, StartUpFillsTheRealWidgetsAndTheButtonsNavigate)
+{
+    InstallerWindow window;
+    InstallerWinController controller;
+    start(window, controller);
+    EXPECT_EQ(window.QDialog::windowTitle(), QStringLiteral("Velmora Demo Installer"));
+    EXPECT_EQ(child<QLabel>(window, "nameField")->text(), QStringLiteral("Velmora Demo 1.2.0"));
+    EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), 0);
+    EXPECT_TRUE(child<QTextBrowser>(window, "readMeTextView")->toPlainText().contains(QStringLiteral("Welcome to Velmora.")));
+    QPushButton* install = child<QPushButton>(window, "installButton");
+    QPushButton* cancel = child<QPushButton>(window, "cancelButton");
+    EXPECT_EQ(install->text(), QStringLiteral("Continue"));
+    EXPECT_TRUE(install->isDefault());
+    EXPECT_TRUE(window.isVisible());
+    install->click();
+    EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), 1);
+    EXPECT_EQ(cancel->text(), QStringLiteral("Go Back"));
+    EXPECT_TRUE(child<QLabel>(window, "pathField")->text().endsWith(QStringLiteral("Velmora Demo")));
+    EXPECT_FALSE(child<QLabel>(window, "messageField")->isVisible());
+    EXPECT_FALSE(child<QPushButton>(window, "helpButton")->isVisible());
+    cancel->click();
+    EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), 0);
+
+    const QImage shot = window.grab().toImage();
+    EXPECT_GE(shot.width(), 580);
+    EXPECT_GE(shot.height(), 380);
+}
+
+TEST_F(WindowTest, GermanLocaleMakesTheWindowGerman)
+{
+    ASSERT_TRUE(RVLocalization::load(QLocale(QLocale::German), QStringLiteral(RV_TRANSLATIONS_DIR)));
+    RVLocalization::installIntoApplication();
+    InstallerWindow window;
+    InstallerWinController controller;
+    start(window, controller);
+    EXPECT_EQ(window.QDialog::windowTitle(), QStringLiteral("Velmora Demo installieren"));
+    EXPECT_EQ(child<QPushButton>(window, "installButton")->text(), QStringLiteral("Fortfahren"));
+    EXPECT_EQ(child<QPushButton>(window, "cancelButton")->text(), QStringLiteral("Abbrechen"));
+    child<QPushButton>(window, "installButton")->click();
+    EXPECT_EQ(child<QPushButton>(window, "installButton")->text(), QStringLiteral("Installieren"));
+    EXPECT_EQ(child<QPushButton>(window, "cancelButton")->text(), QStringLiteral("Zurück"));
+    EXPECT_EQ(child<QLabel>(window, "introField")->text(), QStringLiteral("Dieses Programm installiert Velmora Demo auf Ihrem Computer."));
+    controller.showFinalMessage(QStringLiteral("%@ was successfully installed."));
+    EXPECT_EQ(child<QLabel>(window, "introField")->text(), QStringLiteral("Velmora Demo wurde erfolgreich installiert."));
+}
+
+TEST_F(WindowTest, SystemVersionAlertIsAWindowModalSheetWithTwoAnswers)
+{
+    InstallerWindow window;
+    InstallerWinController controller;
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    start(window, controller, {QStringLiteral("-minSystemVersion"), QStringLiteral("99")});
+    QMessageBox* alert = window.findChild<QMessageBox*>();
+    ASSERT_TRUE(alert);
+    EXPECT_EQ(alert->windowModality(), Qt::WindowModal);
+    EXPECT_TRUE(alert->text().contains(QStringLiteral("requires Mac OS X 99 or newer")));
+    const auto buttons = alert->buttons();
+    ASSERT_EQ(buttons.size(), 2);
+    QAbstractButton* archive = nullptr;
+    for (QAbstractButton* b : buttons) {
+        if (b->text() == QStringLiteral("Visit Archive"))
+            archive = b;
+    }
+    ASSERT_TRUE(archive);
+    archive->click();
+    EXPECT_EQ(quits.count(), 1);
+    ASSERT_EQ(platform.launcher->requests.size(), 1u);
+    EXPECT_TRUE(platform.launcher->requests[0].arguments.first().endsWith(QStringLiteral("/downloads/archive/")));
+}
+
+TEST_F(WindowTest, ClosingTheWindowQuits)
+{
+    InstallerWindow window;
+    InstallerWinController controller;
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    start(window, controller);
+    window.close();
+    EXPECT_EQ(quits.count(), 1);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,255 @@
+#include "FakeInstallerView.h"
+#include "FakePlatform.h"
+#include "InstallerWinController.h"
+#include "RVInstallerInterface.h"
+#include "RVLocalization.h"
+#include "RVProcess.h"
+#include "TempDir.h"
+
+#include <QCoreApplication>
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Field = RVInstallerView::Field;
+using Button = RVInstallerView::Button;
+
+class StartupTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        RVProcess::resetCacheForTesting();
+        platform.facts->home = QStringLiteral("/home/anna");
+        platform.facts->gestaltAnswers = {{RVFourCC("sys1"), 6}, {RVFourCC("sys2"), 1}, {RVFourCC("sys3"), 0}};
+        // The installer inside the product: P.app/Contents/Resources/VelmoraInstaller.app.
+        product = tmp.mkdir(QStringLiteral("Disk/Product.app"));
+        writeInfo(QByteArray("{ CFBundleSignature = PROD; CFBundleShortVersionString = \"2.1\"; "
+                             "CFBundleIconFile = icon; LSMinimumSystemVersion = \"5.10\"; }"));
+        tmp.write(QStringLiteral("Disk/Product.app/Contents/Resources/icon.icns"), "icns");
+        platform.facts->executable = tmp.mkdir(QStringLiteral("Disk/Product.app/Contents/Resources/VelmoraInstaller.app/Contents/MacOS")) +
+                                     QStringLiteral("/VelmoraInstaller");
+        files.existing = {QStringLiteral("/Applications")};
+        files.writable = {QStringLiteral("/Applications")};
+        view.readableIcons << product + QStringLiteral("/Contents/Resources/icon.icns");
+        controller.setView(&view);
+        platform.processTable->add(1, QStringLiteral("VelmoraInstaller"), "VLMI");
+        platform.processTable->current = 1;
+    }
+    void TearDown() override
+    {
+        RVProcess::resetCacheForTesting();
+        RVLocalization::unload();
+    }
+
+    void writeInfo(const QByteArray& info)
+    {
+        tmp.write(QStringLiteral("Disk/Product.app/Contents/Info.plist"), info);
+    }
+    void start(std::initializer_list<QString> words)
+    {
+        platform.facts->arguments = QStringList{platform.facts->executable} + QStringList(words);
+        controller.awakeFromNib();
+    }
+    QString argument(const QString& key) const { return controller.arguments()->string(key); }
+
+    int argc = 1;
+    char name[8] = "test";
+    char* argv[1] = {name};
+    QCoreApplication app{argc, argv};
+    TempDir tmp;
+    FakePlatform platform;
+    FakeFileManager& files = *platform.fileManager;
+    LogCapture log;
+    FakeInstallerView view;
+    InstallerWinController controller;
+    QString product;
+};
+
+TEST_F(StartupTest, DirectInvocationClimbsToTheProductAndFillsThePage)
+{
+    start({});
+    EXPECT_EQ(log.lines().first(), QStringLiteral("direct invocation"));
+    EXPECT_TRUE(platform.facts->reopened.isEmpty());
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("shortened path = %1/Contents").arg(product)));
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("shortened path = %1").arg(product)));
+    EXPECT_EQ(argument(RVInstallerKeySourcePath), product);
+    EXPECT_EQ(argument(RVInstallerKeyProductName), QStringLiteral("Product"));
+    EXPECT_EQ(argument(RVInstallerKeyDestinationPath), QStringLiteral("/Applications/Product.app"));
+    EXPECT_EQ(controller.arguments()->list(RVInstallerKeyQuitCode), QStringList{QStringLiteral("PROD")});
+    EXPECT_EQ(controller.arguments()->list(RVInstallerKeyProductCode), QStringList{QStringLiteral("PROD")});
+    EXPECT_EQ(view.title, QStringLiteral("Product Installer"));
+    EXPECT_EQ(view.texts[Field::Name], QStringLiteral("Product 2.1"));
+    EXPECT_EQ(view.texts[Field::Intro], QStringLiteral("This installs Product."));
+    EXPECT_EQ(view.texts[Field::Explanation], QStringLiteral("Product goes here."));
+    EXPECT_EQ(view.texts[Field::Path], QStringLiteral("/Applications/Product"));
+    EXPECT_EQ(view.icon, product + QStringLiteral("/Contents/Resources/icon.icns"));
+    EXPECT_TRUE(view.hiddenFields.contains(Field::Message));
+    EXPECT_TRUE(view.hiddenButtons.contains(Button::Help));
+    EXPECT_TRUE(view.hiddenImages.contains(RVInstallerView::Image::Checkmark));
+    EXPECT_EQ(view.page, 1);
+    EXPECT_EQ(view.buttonTitles[Button::Install], QStringLiteral("Install"));
+    EXPECT_EQ(view.buttonTitles[Button::Cancel], QStringLiteral("Quit")); // no read-me: untouched
+    EXPECT_TRUE(view.inFront);
+    EXPECT_EQ(platform.windowSystem->calls.last(), QStringLiteral("activate 1"));
+    EXPECT_FALSE(view.alert);
+    EXPECT_FALSE(controller.finished());
+}
+
+TEST_F(StartupTest, NamedArgumentsRedirectTheLogWithItsFallback)
+{
+    const QString logFile = QStringLiteral("/home/anna/Library/Logs/VelmoraInstaller.log");
+    platform.facts->unopenable = {logFile};
+    start({QStringLiteral("-sourcePath"), product});
+    EXPECT_EQ(platform.facts->reopened,
+              (QStringList{QStringLiteral("1 %1 a+").arg(logFile), QStringLiteral("1 /dev/null a+"),
+                           QStringLiteral("2 %1 a+").arg(logFile), QStringLiteral("2 /dev/null a+")}));
+    EXPECT_FALSE(log.lines().contains(QStringLiteral("direct invocation")));
+
+    struct Case
+    {
+        QStringList words;
+        bool redirected;
+    } cases[] = {
+        {{QStringLiteral("-AppleLanguages"), QStringLiteral("(de)"), QStringLiteral("-sourcePath"), product}, false},
+        {{QStringLiteral("-sourcePath")}, false},
+    };
+    for (const auto& c : cases) {
+        platform.facts->reopened.clear();
+        InstallerWinController other;
+        other.setView(&view);
+        platform.facts->arguments = QStringList{platform.facts->executable} + c.words;
+        other.awakeFromNib();
+        EXPECT_EQ(!platform.facts->reopened.isEmpty(), c.redirected) << c.words.join(u' ').toStdString();
+    }
+}
+
+TEST_F(StartupTest, SetupErrorsEndStartUpOnTheFinalPage)
+{
+    // No enclosing bundle at all.
+    platform.facts->executable = tmp.mkdir(QStringLiteral("opt/VelmoraInstaller.app/Contents/MacOS")) +
+                                 QStringLiteral("/VelmoraInstaller");
+    start({});
+    EXPECT_TRUE(controller.finished());
+    EXPECT_EQ(log.lines().last(), QStringLiteral("missing source path"));
+    EXPECT_EQ(view.texts[Field::Intro], QStringLiteral("missing source path"));
+    EXPECT_EQ(view.title, QStringLiteral("")); // the placeholder was never filled
+    EXPECT_EQ(view.buttonTitles[Button::Install], QStringLiteral("OK"));
+    EXPECT_TRUE(view.hiddenButtons.contains(Button::Cancel));
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("shortened path = %1").arg(tmp.path())));
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("shortened path = /")));
+}
+
+TEST_F(StartupTest, MissingSignatureKeepsTheTitleAndTheDestination)
+{
+    writeInfo("{ CFBundleShortVersionString = \"2.1\"; }");
+    FakeInstallerView other;
+    controller.setView(&other);
+    start({});
+    EXPECT_TRUE(controller.finished());
+    EXPECT_EQ(other.title, QStringLiteral("Product Installer"));
+    EXPECT_EQ(argument(RVInstallerKeyDestinationPath), QStringLiteral("/Applications/Product.app"));
+    EXPECT_EQ(log.lines().last(), QStringLiteral("missing product signature"));
+}
+
+TEST_F(StartupTest, WrapperDocumentationReadMeAndCodes)
+{
+    const QString wrapper = tmp.mkdir(QStringLiteral("Disk/Product Folder"));
+    const QString readMe = tmp.write(QStringLiteral("Disk/Read Me.rtf"), "{\\rtf1 hi}");
+    const QString docs = tmp.write(QStringLiteral("Disk/Manual.pdf"), "%PDF");
+    files.existing << wrapper << readMe << docs;
+    start({QStringLiteral("-sourcePath"), product, QStringLiteral("-wrapperPath"), wrapper,
+           QStringLiteral("-readMePath"), readMe, QStringLiteral("-documentationPath"), docs,
+           QStringLiteral("-productCode"), QStringLiteral("PRO1"), QStringLiteral("-quitCode"), QStringLiteral("HELP"),
+           QStringLiteral("-version"), QStringLiteral("3.0")});
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("wrapper = %1").arg(wrapper)));
+    EXPECT_EQ(argument(RVInstallerKeyDestinationPath), QStringLiteral("/Applications/Product Folder/Product.app"));
+    EXPECT_EQ(controller.arguments()->list(RVInstallerKeyQuitCode), (QStringList{QStringLiteral("HELP"), QStringLiteral("PRO1")}));
+    EXPECT_EQ(controller.arguments()->list(RVInstallerKeyProductCode), QStringList{QStringLiteral("PRO1")});
+    EXPECT_EQ(view.texts[Field::Name], QStringLiteral("Product 3.0"));
+    EXPECT_EQ(view.texts[Field::Explanation],
+              QStringLiteral("If you wish to read the documentation first, click the \"?\" button. Product goes here."));
+    EXPECT_FALSE(view.hiddenButtons.contains(Button::Help));
+    EXPECT_EQ(view.readMe, readMe);
+    EXPECT_EQ(view.page, 0);
+    EXPECT_EQ(view.buttonTitles[Button::Install], QStringLiteral("Continue"));
+    EXPECT_EQ(view.buttonTitles[Button::Cancel], QStringLiteral("Cancel"));
+
+    // Continue moves on; Go Back returns.
+    controller.install();
+    EXPECT_EQ(view.page, 1);
+    EXPECT_EQ(view.buttonTitles[Button::Cancel], QStringLiteral("Go Back"));
+    controller.cancel();
+    EXPECT_EQ(view.page, 0);
+}
+
+TEST_F(StartupTest, WrapperOutsideTheSourceFolderAndMissingFilesAreDropped)
+{
+    files.existing << QStringLiteral("/elsewhere/Folder");
+    start({QStringLiteral("-sourcePath"), product, QStringLiteral("-wrapperPath"), QStringLiteral("/elsewhere/Folder"),
+           QStringLiteral("-documentationPath"), QStringLiteral("/missing.pdf"), QStringLiteral("-readMePath"),
+           QStringLiteral("/missing.rtf"), QStringLiteral("-destinationPath"), QStringLiteral("/opt/X/Product.app")});
+    EXPECT_FALSE(controller.arguments()->contains(RVInstallerKeyWrapperPath));
+    EXPECT_FALSE(controller.arguments()->contains(RVInstallerKeyDocumentationPath));
+    EXPECT_TRUE(controller.arguments()->contains(RVInstallerKeyReadMePath));
+    EXPECT_EQ(argument(RVInstallerKeyDestinationPath), QStringLiteral("/opt/X/Product.app"));
+    EXPECT_EQ(view.page, 1);
+    EXPECT_EQ(view.buttonTitles[Button::Cancel], QStringLiteral("Go Back"));
+    controller.openDocumentation();
+    EXPECT_EQ(view.beeps, 1);
+    EXPECT_EQ(log.lines().last(), QStringLiteral("documentation path missing"));
+}
+
+TEST_F(StartupTest, TooOldSystemShowsTheAlertAndBothAnswersQuit)
+{
+    struct Case
+    {
+        QStringList words;
+        bool alert;
+    } cases[] = {
+        {{}, false},                                                   // the bundle's 5.10 is older than 6.1
+        {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.2")}, true},
+        {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.1")}, false},
+        {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.1.0")}, true}, // 6.1 is older than 6.1.0
+    };
+    for (const auto& c : cases) {
+        FakeInstallerView fresh;
+        InstallerWinController session;
+        session.setView(&fresh);
+        platform.facts->arguments = QStringList{platform.facts->executable} + c.words;
+        session.awakeFromNib();
+        EXPECT_EQ(fresh.alert.has_value(), c.alert) << c.words.join(u' ').toStdString();
+    }
+    FakeInstallerView fresh;
+    InstallerWinController session;
+    session.setView(&fresh);
+    QSignalSpy quits(&session, &InstallerWinController::terminateRequested);
+    platform.facts->arguments = {platform.facts->executable, QStringLiteral("-minSystemVersion"), QStringLiteral("7")};
+    session.awakeFromNib();
+    ASSERT_TRUE(fresh.alert);
+    EXPECT_EQ(fresh.alert->message,
+              QStringLiteral("Product 2.1 cannot be installed on this computer because it requires Mac OS X 7 or newer."));
+    EXPECT_EQ(fresh.alert->first, QStringLiteral("Quit"));
+    EXPECT_EQ(fresh.alert->second, QStringLiteral("Visit Archive"));
+    fresh.alert->answer(1000);
+    EXPECT_TRUE(platform.launcher->requests.empty());
+    fresh.alert->answer(1001);
+    ASSERT_EQ(platform.launcher->requests.size(), 1u);
+    EXPECT_TRUE(platform.launcher->requests[0].arguments.first().startsWith(QStringLiteral("http://")));
+    EXPECT_TRUE(platform.launcher->requests[0].arguments.first().endsWith(QStringLiteral("/downloads/archive/")));
+    EXPECT_EQ(quits.count(), 2);
+}
+
+TEST_F(StartupTest, GermanTableMakesTheWholePageGerman)
+{
+    ASSERT_TRUE(RVLocalization::load(QLocale(QLocale::German), QStringLiteral(RV_TRANSLATIONS_DIR)));
+    platform.facts->executable = tmp.mkdir(QStringLiteral("opt/VelmoraInstaller.app/Contents/MacOS")) +
+                                 QStringLiteral("/VelmoraInstaller");
+    start({});
+    EXPECT_EQ(view.texts[Field::Intro], QStringLiteral("Der Pfad des Produkts fehlt."));
+    EXPECT_EQ(view.buttonTitles[Button::Install], QStringLiteral("OK"));
+}
+
+} // namespace

@@ -1,0 +1,186 @@
+#include "FakeInstallerView.h"
+#include "FakePlatform.h"
+#include "InstallerWinController.h"
+#include "RVInstallerInterface.h"
+#include "RVProcess.h"
+#include "SoundExtensions.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Field = RVInstallerView::Field;
+using Button = RVInstallerView::Button;
+
+class WorkerTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        RVProcess::resetCacheForTesting();
+        RVSound::resetForTesting();
+        platform.facts->executable = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/MacOS/VelmoraInstaller");
+        files.existing = {QStringLiteral("/src/Product.app"), QStringLiteral("/Applications")};
+        files.writable = {QStringLiteral("/Applications")};
+        platform.processTable->add(1, QStringLiteral("VelmoraInstaller"), "VLMI");
+        platform.processTable->current = 1;
+        controller.setView(&view);
+        view.page = 1;
+    }
+    void TearDown() override { RVProcess::resetCacheForTesting(); }
+
+    void setArguments(QStringList words)
+    {
+        words.prepend(QStringLiteral("/prog"));
+        words << QStringLiteral("-sourcePath") << QStringLiteral("/src/Product.app") << QStringLiteral("-destinationPath")
+              << QStringLiteral("/Applications/Product.app") << QStringLiteral("-productName") << QStringLiteral("Product")
+              << QStringLiteral("-quitCode") << QStringLiteral("PROD");
+        controller.setArguments(RVInstallerArguments::fromArgumentList(words));
+    }
+    // Clicks Install and lets the worker run to its hand-off.
+    void installAndWait()
+    {
+        controller.install();
+        QElapsedTimer timer;
+        timer.start();
+        // The hand-off ends with the install button enabled again.
+        while ((controller.isWorking() || view.disabledButtons.contains(Button::Install)) && timer.elapsed() < 10000)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QCoreApplication::processEvents();
+    }
+
+    int argc = 1;
+    char name[8] = "test";
+    char* argv[1] = {name};
+    QCoreApplication app{argc, argv};
+    FakePlatform platform;
+    FakeFileManager& files = *platform.fileManager;
+    LogCapture log;
+    FakeInstallerView view;
+    InstallerWinController controller;
+};
+
+TEST_F(WorkerTest, SuccessShowsTheFinalPageAndPlaysTheSound)
+{
+    setArguments({QStringLiteral("-completionSound"), QStringLiteral("YES")});
+    installAndWait();
+    EXPECT_TRUE(controller.finished());
+    EXPECT_EQ(view.texts[Field::Intro], QStringLiteral("Product was successfully installed."));
+    EXPECT_FALSE(view.hiddenImages.contains(RVInstallerView::Image::Checkmark));
+    EXPECT_TRUE(view.hiddenButtons.contains(Button::Cancel));
+    EXPECT_EQ(view.buttonTitles[Button::Install], QStringLiteral("OK"));
+    EXPECT_FALSE(view.animating);
+    EXPECT_EQ(log.lines().first(), QStringLiteral("Install"));
+    EXPECT_TRUE(platform.audio->events.contains(QStringLiteral("play " RV_INSTALLER_BUNDLE "/Contents/Resources/Done.wav")));
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    controller.install(); // "OK"
+    EXPECT_EQ(quits.count(), 1);
+}
+
+TEST_F(WorkerTest, SoundNeedsExactlyYesAndNoNosound)
+{
+    struct Case
+    {
+        const char* sound;
+        bool nosound;
+        bool plays;
+    } cases[] = {{"YES", false, true}, {"yes", false, false}, {"YES", true, false}};
+    for (const auto& c : cases) {
+        platform.audio->events.clear();
+        platform.defaults->domains[{}].insert(QStringLiteral("nosound"), c.nosound ? QStringLiteral("YES") : QStringLiteral("NO"));
+        InstallerWinController session;
+        FakeInstallerView fresh;
+        session.setView(&fresh);
+        QStringList words{QStringLiteral("/prog"), QStringLiteral("-productName"), QStringLiteral("P"),
+                          QStringLiteral("-completionSound"), QString::fromLatin1(c.sound)};
+        session.setArguments(RVInstallerArguments::fromArgumentList(words));
+        session.installationFinished(QString());
+        EXPECT_EQ(platform.audio->events.filter(QStringLiteral("play")).size(), c.plays ? 1 : 0) << c.sound << c.nosound;
+    }
+}
+
+TEST_F(WorkerTest, ACopyThatNeverQuitsCancelsWithTheHiddenMessage)
+{
+    platform.processTable->add(7, QStringLiteral("Product"), "PROD").politeRequestsToEnd = -1;
+    platform.processTable->processes[7].forceRequestsToEnd = -1;
+    platform.windowSystem->closeResult = RVWindowSystem::CloseResult::NoWindow;
+    setArguments({});
+    installAndWait();
+    const QStringList lines = log.lines();
+    EXPECT_EQ(lines.count(QStringLiteral("Product did not quit; will retry")), 1);
+    EXPECT_EQ(lines.count(QStringLiteral("Quitting 'PROD': Product")), 4);
+    EXPECT_TRUE(lines.contains(QStringLiteral("Product refused to quit; installation cancelled")));
+    EXPECT_EQ(view.texts[Field::Message],
+              QStringLiteral("Product cannot be running during the installation.\rQuit Product, then click \"Install\" again."));
+    EXPECT_FALSE(view.disabledButtons.contains(Button::Install));
+    EXPECT_FALSE(view.disabledButtons.contains(Button::Cancel));
+    EXPECT_FALSE(controller.finished());
+    EXPECT_FALSE(files.existing.contains(QStringLiteral("/Applications/Product.app")));
+}
+
+TEST_F(WorkerTest, FailuresCarryTheManualHintUnlessAWrapperIsUsed)
+{
+    files.existing.insert(QStringLiteral("/Applications/Product.app"));
+    files.writable.insert(QStringLiteral("/Applications/Product.app"));
+    platform.workspace->recycleSucceeds = false;
+    setArguments({});
+    installAndWait();
+    EXPECT_EQ(view.texts[Field::Message],
+              QStringLiteral("Could not delete existing copy.\rTry installing Product manually by copying it to the Applications folder."));
+
+    files.existing.insert(QStringLiteral("/src/W"));
+    setArguments({QStringLiteral("-wrapperPath"), QStringLiteral("/src/W")});
+    installAndWait();
+    EXPECT_EQ(view.texts[Field::Message], QStringLiteral("Could not delete existing copy."));
+}
+
+TEST_F(WorkerTest, CancelledDialogLeavesAnEmptyMessageAndUsableButtons)
+{
+    files.writable.clear();
+    platform.authorization->outcome = {RVAuthorization::Outcome::Kind::Cancelled, false, 0, 0};
+    setArguments({});
+    view.texts[Field::Message] = QStringLiteral("old");
+    installAndWait();
+    EXPECT_EQ(view.texts[Field::Message], QStringLiteral(""));
+    EXPECT_TRUE(view.disabledButtons.isEmpty());
+}
+
+TEST_F(WorkerTest, CompletionDelayQuitsOnlyForAPositiveNumber)
+{
+    struct Case
+    {
+        const char* value;
+        const char* line;
+        bool quits;
+    } cases[] = {{"0.05", "quit delay: 0.1", true}, {"0", "quit delay: 0.0", false},
+                 {"soon", "quit delay: 0.0", false}, {"0.2x", "quit delay: 0.2", true}};
+    for (const auto& c : cases) {
+        InstallerWinController session;
+        FakeInstallerView fresh;
+        session.setView(&fresh);
+        session.setArguments(RVInstallerArguments::fromArgumentList(
+            {QStringLiteral("/prog"), QStringLiteral("-completionQuit"), QString::fromLatin1(c.value)}));
+        QSignalSpy quits(&session, &InstallerWinController::terminateRequested);
+        session.installationFinished(QStringLiteral("failed"));
+        EXPECT_EQ(log.lines().last(), QString::fromLatin1(c.line));
+        EXPECT_EQ(quits.wait(c.quits ? 3000 : 300), c.quits) << c.value;
+    }
+}
+
+TEST_F(WorkerTest, CancelQuitsWithoutARead)
+{
+    setArguments({});
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    controller.cancel();
+    EXPECT_EQ(quits.count(), 1);
+    view.page = 0;
+    controller.install(); // first click on the read-me page only moves on
+    EXPECT_EQ(view.page, 1);
+    EXPECT_FALSE(controller.isWorking());
+}
+
+} // namespace
