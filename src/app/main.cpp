@@ -26,8 +26,11 @@ int main(int argc, char* argv[])
     InstallerWinController controller;
     controller.setView(&window);
     window.connectController(&controller);
-    QObject::connect(&controller, &InstallerWinController::terminateRequested, &application,
-                     &QApplication::quit, Qt::QueuedConnection);
+    // exit, not quit: quit asks the windows to close first, and the window's close is itself
+    // a request to terminate.
+    QObject::connect(
+        &controller, &InstallerWinController::terminateRequested, &application,
+        [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
     controller.awakeFromNib();
     return application.exec();
 }
