@@ -9,6 +9,10 @@
 #include <QElapsedTimer>
 #include <QSignalSpy>
 
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -181,6 +185,49 @@ TEST_F(WorkerTest, CancelQuitsWithoutARead)
     controller.install(); // first click on the read-me page only moves on
     EXPECT_EQ(view.page, 1);
     EXPECT_FALSE(controller.isWorking());
+}
+
+} // namespace
+
+namespace {
+
+// A copy that takes its time: it starts, then waits to be let go.
+class SlowFileManager : public FakeFileManager
+{
+public:
+    std::atomic<bool> started{false}, release{false};
+    bool copyItem(const QString& source, const QString& target) override
+    {
+        started = true;
+        while (!release)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return FakeFileManager::copyItem(source, target);
+    }
+};
+
+TEST_F(WorkerTest, QuittingDuringTheCopyWaitsForItsEnd)
+{
+    auto slow = std::make_shared<SlowFileManager>();
+    slow->existing = files.existing;
+    slow->writable = files.writable;
+    RVPlatform::install({.fileManager = slow});
+    setArguments({});
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    controller.install();
+    while (!slow->started)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::thread releaser([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        EXPECT_EQ(quits.count(), 0); // still copying: no quit yet
+        slow->release = true;
+    });
+    controller.terminate(); // the window was closed
+    EXPECT_TRUE(slow->release);
+    EXPECT_EQ(quits.count(), 1);
+    releaser.join();
+    EXPECT_TRUE(slow->existing.contains(QStringLiteral("/Applications/Product.app")));
+    while (controller.isWorking())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
 }
 
 } // namespace
