@@ -48,6 +48,10 @@ fuzz: deps
 bench: build
 	$(BUILD_DIR)/bench/process_table_bench
 	cd $(BUILD_DIR) && ./bench/copy_bench
+	VELMORA_APPLICATIONS_DIR=$(CURDIR)/$(BUILD_DIR)/demo-run/Applications tests/x11/with-x11.sh \
+		$(BUILD_DIR)/bench/startup_bench \
+		"$(BUILD_DIR)/demo/Velmora Demo.app/Contents/Resources/VelmoraInstaller.app/Contents/MacOS/VelmoraInstaller" \
+		$(BUILD_DIR)/bench/minimal_window
 
 demo: build
 	BUILD_DIR=$(CURDIR)/$(BUILD_DIR) bash scripts/demo.sh

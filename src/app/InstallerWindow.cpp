@@ -155,6 +155,7 @@ void InstallerWindow::bringToFront()
     show();
     raise();
     activateWindow();
+    m_ui->installButton->setFocus(); // Return, with or without Alt, presses it
 }
 
 void InstallerWindow::showAlert(const QString& message, const QString& informative, const QString& first,
