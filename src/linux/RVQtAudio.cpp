@@ -6,10 +6,12 @@
 #include <QMediaDevices>
 #include <QSoundEffect>
 #include <QThread>
+#include <QTimer>
 #include <QUrl>
 #include <QtEndian>
 
 #include <functional>
+#include <set>
 
 namespace {
 
@@ -45,7 +47,16 @@ double waveDuration(const QString& path)
     return 0;
 }
 
-class QtPlayer : public RVAudioPlayer
+class QtPlayer;
+// Sounds that play are kept until they end, as their owner may let go of them at once. Never
+// destroyed: a sound still playing at exit must not outlive the application's objects.
+std::set<std::shared_ptr<QtPlayer>>& playing() // application thread only
+{
+    static auto* sounds = new std::set<std::shared_ptr<QtPlayer>>;
+    return *sounds;
+}
+
+class QtPlayer : public RVAudioPlayer, public std::enable_shared_from_this<QtPlayer>
 {
 public:
     explicit QtPlayer(const QString& path) : m_path(path)
@@ -85,7 +96,28 @@ public:
     double duration() override { return waveDuration(m_path); }
     void play() override
     {
-        onApplicationThread([&] { m_effect->play(); });
+        onApplicationThread([this] {
+            auto self = shared_from_this();
+            playing().insert(self);
+            // Released once it has played to its end, or when it cannot play at all; later,
+            // not from inside the effect's own signal, which would delete it under itself.
+            auto release = [weak = std::weak_ptr<QtPlayer>(self)] {
+                QTimer::singleShot(0, [weak] {
+                    if (auto player = weak.lock())
+                        playing().erase(player);
+                });
+            };
+            QSoundEffect* effect = m_effect.get();
+            QObject::connect(effect, &QSoundEffect::playingChanged, effect, [effect, release] {
+                if (!effect->isPlaying())
+                    release();
+            });
+            QObject::connect(effect, &QSoundEffect::statusChanged, effect, [effect, release] {
+                if (effect->status() == QSoundEffect::Error)
+                    release();
+            });
+            m_effect->play();
+        });
     }
     QString description() const override { return QStringLiteral("<sound %1>").arg(m_path); }
 

@@ -142,6 +142,8 @@ TEST_F(WindowTest, ClosingTheWindowQuits)
 
 } // namespace
 
+
+
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
