@@ -2,6 +2,8 @@
 // against a minimal Qt Widgets program that shows one window, side by side under the same
 // display. The window's appearance is seen through the window manager's client list, polled
 // every millisecond.
+#include "BenchSupport.h"
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
@@ -55,11 +57,6 @@ double timeToWindow(xcb_ewmh_connection_t* ewmh, const QString& program, const Q
     return elapsed;
 }
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
 
 } // namespace
 

@@ -9,27 +9,26 @@ RVPlatform& RVPlatform::current()
     return g_platform;
 }
 
+namespace {
+template <typename T>
+void replaceIfSet(std::shared_ptr<T>& current, std::shared_ptr<T>& replacement)
+{
+    if (replacement)
+        current = std::move(replacement);
+}
+} // namespace
+
 void RVPlatform::install(Services services)
 {
     Services& s = g_platform.m_services;
-    if (services.systemFacts)
-        s.systemFacts = std::move(services.systemFacts);
-    if (services.userDefaults)
-        s.userDefaults = std::move(services.userDefaults);
-    if (services.launcher)
-        s.launcher = std::move(services.launcher);
-    if (services.clock)
-        s.clock = std::move(services.clock);
-    if (services.processTable)
-        s.processTable = std::move(services.processTable);
-    if (services.windowSystem)
-        s.windowSystem = std::move(services.windowSystem);
-    if (services.fileManager)
-        s.fileManager = std::move(services.fileManager);
-    if (services.workspace)
-        s.workspace = std::move(services.workspace);
-    if (services.authorization)
-        s.authorization = std::move(services.authorization);
-    if (services.audio)
-        s.audio = std::move(services.audio);
+    replaceIfSet(s.systemFacts, services.systemFacts);
+    replaceIfSet(s.userDefaults, services.userDefaults);
+    replaceIfSet(s.launcher, services.launcher);
+    replaceIfSet(s.clock, services.clock);
+    replaceIfSet(s.processTable, services.processTable);
+    replaceIfSet(s.windowSystem, services.windowSystem);
+    replaceIfSet(s.fileManager, services.fileManager);
+    replaceIfSet(s.workspace, services.workspace);
+    replaceIfSet(s.authorization, services.authorization);
+    replaceIfSet(s.audio, services.audio);
 }

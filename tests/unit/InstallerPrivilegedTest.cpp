@@ -1,4 +1,5 @@
 #include "FakePlatform.h"
+#include "TestApplication.h"
 #include "InstallFunction.h"
 #include "InstallerWinController.h"
 #include "RVProcess.h"
@@ -45,10 +46,7 @@ protected:
         return controller.progress;
     }
 
-    int argc = 1;
-    char name[8] = "test";
-    char* argv[1] = {name};
-    QCoreApplication app{argc, argv};
+    TestApplication app;
     FakePlatform platform;
     FakeFileManager& files = *platform.fileManager;
     FakeWorkspace& workspace = *platform.workspace;

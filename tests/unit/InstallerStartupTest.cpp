@@ -1,5 +1,6 @@
 #include "FakeInstallerView.h"
 #include "FakePlatform.h"
+#include "TestApplication.h"
 #include "InstallerWinController.h"
 #include "RVInstallerInterface.h"
 #include "RVLocalization.h"
@@ -55,10 +56,7 @@ protected:
     }
     QString argument(const QString& key) const { return controller.arguments()->string(key); }
 
-    int argc = 1;
-    char name[8] = "test";
-    char* argv[1] = {name};
-    QCoreApplication app{argc, argv};
+    TestApplication app;
     TempDir tmp;
     FakePlatform platform;
     FakeFileManager& files = *platform.fileManager;

@@ -1,5 +1,6 @@
 #include "FakeInstallerView.h"
 #include "FakePlatform.h"
+#include "TestApplication.h"
 #include "InstallerWinController.h"
 #include "RVInstallerInterface.h"
 #include "RVProcess.h"
@@ -57,10 +58,7 @@ protected:
         QCoreApplication::processEvents();
     }
 
-    int argc = 1;
-    char name[8] = "test";
-    char* argv[1] = {name};
-    QCoreApplication app{argc, argv};
+    TestApplication app;
     FakePlatform platform;
     FakeFileManager& files = *platform.fileManager;
     LogCapture log;
