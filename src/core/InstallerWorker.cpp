@@ -55,8 +55,9 @@ void InstallerWinController::installThread()
             }
         }
     }
-    m_working = false;
     QMetaObject::invokeMethod(this, "installationFinished", Qt::QueuedConnection, Q_ARG(QString, outcome));
+    m_working = false; // the last touch of the session: after it, it may go away
+
 }
 
 void InstallerWinController::animateProgress(const QString& flag)

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <mutex>
 
 // A file system of paths only: what exists and what may be written.
 class FakeFileManager : public RVFileManager
@@ -108,29 +109,48 @@ public:
     struct Player : RVAudioPlayer
     {
         QString path;
-        QStringList* events;
+        FakeAudio* audio;
         QStringList refused;
         bool setPlaybackDevice(const QString& id) override
         {
-            *events << QStringLiteral("device %1").arg(id.isNull() ? QStringLiteral("(default)") : id);
+            audio->record(QStringLiteral("device %1").arg(id.isNull() ? QStringLiteral("(default)") : id));
             return !refused.contains(id);
         }
-        void setVolume(float v) override { *events << QStringLiteral("volume %1").arg(double(v)); }
+        void setVolume(float v) override { audio->record(QStringLiteral("volume %1").arg(double(v))); }
         double duration() override { return 0.5; }
-        void play() override { *events << QStringLiteral("play ") + path; }
+        void play() override { audio->record(QStringLiteral("play ") + path); }
         QString description() const override { return QStringLiteral("<sound %1>").arg(path); }
     };
     QString device = QStringLiteral("alsa:default");
     QStringList refusedDevices;
-    QStringList events;
+    // The silent wake-up plays on a thread of its own: the record is guarded.
+    void record(const QString& event)
+    {
+        std::lock_guard lock(m_mutex);
+        m_events << event;
+    }
+    QStringList events() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_events;
+    }
+    void clearEvents()
+    {
+        std::lock_guard lock(m_mutex);
+        m_events.clear();
+    }
     QString defaultSystemOutputDeviceIdentifier() override { return device; }
     std::shared_ptr<RVAudioPlayer> load(const QString& path) override
     {
         auto player = std::make_shared<Player>();
         player->path = path;
-        player->events = &events;
+        player->audio = this;
         player->refused = refusedDevices;
-        events << QStringLiteral("load ") + path;
+        record(QStringLiteral("load ") + path);
         return player;
     }
+
+private:
+    mutable std::mutex m_mutex;
+    QStringList m_events;
 };

@@ -77,7 +77,7 @@ TEST_F(WorkerTest, SuccessShowsTheFinalPageAndPlaysTheSound)
     EXPECT_EQ(view.buttonTitles[Button::Install], QStringLiteral("OK"));
     EXPECT_FALSE(view.animating);
     EXPECT_EQ(log.lines().first(), QStringLiteral("Install"));
-    EXPECT_TRUE(platform.audio->events.contains(QStringLiteral("play " RV_INSTALLER_BUNDLE "/Contents/Resources/Done.wav")));
+    EXPECT_TRUE(platform.audio->events().contains(QStringLiteral("play " RV_INSTALLER_BUNDLE "/Contents/Resources/Done.wav")));
     QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
     controller.install(); // "OK"
     EXPECT_EQ(quits.count(), 1);
@@ -92,7 +92,7 @@ TEST_F(WorkerTest, SoundNeedsExactlyYesAndNoNosound)
         bool plays;
     } cases[] = {{"YES", false, true}, {"yes", false, false}, {"YES", true, false}};
     for (const auto& c : cases) {
-        platform.audio->events.clear();
+        platform.audio->clearEvents();
         platform.defaults->domains[{}].insert(QStringLiteral("nosound"), c.nosound ? QStringLiteral("YES") : QStringLiteral("NO"));
         InstallerWinController session;
         FakeInstallerView fresh;
@@ -101,7 +101,7 @@ TEST_F(WorkerTest, SoundNeedsExactlyYesAndNoNosound)
                           QStringLiteral("-completionSound"), QString::fromLatin1(c.sound)};
         session.setArguments(RVInstallerArguments::fromArgumentList(words));
         session.installationFinished(QString());
-        EXPECT_EQ(platform.audio->events.filter(QStringLiteral("play")).size(), c.plays ? 1 : 0) << c.sound << c.nosound;
+        EXPECT_EQ(platform.audio->events().filter(QStringLiteral("play")).size(), c.plays ? 1 : 0) << c.sound << c.nosound;
     }
 }
 

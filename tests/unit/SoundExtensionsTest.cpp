@@ -82,7 +82,7 @@ TEST_F(SoundTest, PlayingLogsUnderSoundLogAndFallsBackFromARefusedDevice)
                                         QStringLiteral("+SL: setPlaybackDeviceIdentifier"),
                                         QStringLiteral("+SL: exception unknown playback device alsa:default"),
                                         QStringLiteral("+SL: play self (<sound %1>)").arg(path)}));
-    EXPECT_EQ(platform.audio->events.mid(1), (QStringList{QStringLiteral("device alsa:default"),
+    EXPECT_EQ(platform.audio->events().mid(1), (QStringList{QStringLiteral("device alsa:default"),
                                                           QStringLiteral("device (default)"),
                                                           QStringLiteral("play ") + path}));
 
@@ -98,11 +98,11 @@ TEST_F(SoundTest, PrepareForSoundWakesTheOutputOnceIn25Seconds)
     RVSound::prepareForSound();
     RVSound::prepareForSound();
     const QString silence = QStringLiteral("play " RV_INSTALLER_BUNDLE "/Contents/Resources/SoundOfSilence.wav");
-    for (int i = 0; i < 200 && !platform.audio->events.contains(silence); ++i)
+    for (int i = 0; i < 200 && !platform.audio->events().contains(silence); ++i)
         QThread::msleep(5);
     QThread::msleep(50);
-    EXPECT_EQ(platform.audio->events.count(silence), 1);
-    EXPECT_TRUE(platform.audio->events.contains(QStringLiteral("volume 0.01")));
+    EXPECT_EQ(platform.audio->events().count(silence), 1);
+    EXPECT_TRUE(platform.audio->events().contains(QStringLiteral("volume 0.01")));
 }
 
 } // namespace
