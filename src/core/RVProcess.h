@@ -65,6 +65,8 @@ public:
     QString identifier();
     QString version();
     QString displayName();
+    // The image file that shows the application (the workspace's icon for its path).
+    QString icon();
     QString carbonVersion();
     int majorVersionNumber();
     bool isAtLeastVersion(const QString& other);
@@ -104,6 +106,7 @@ private:
     QString m_displayName;
     QString m_path;
     QString m_version;
+    QString m_icon;
     std::optional<QDateTime> m_launchDate;
     int m_cocoaStatus = 0;
     int m_classicStatus = 0;

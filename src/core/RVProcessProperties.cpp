@@ -129,6 +129,17 @@ QString RVProcess::displayName()
     return m_displayName;
 }
 
+QString RVProcess::icon()
+{
+    std::lock_guard lock(m_mutex);
+    if (m_icon.isNull()) {
+        const QString location = path();
+        if (!location.isNull())
+            m_icon = RVPlatform::current().workspace().iconForFile(location); // kept once found
+    }
+    return m_icon;
+}
+
 QString versionFromVersRecord(const QByteArray& record)
 {
     if (record.size() < 4)

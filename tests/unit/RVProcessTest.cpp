@@ -197,6 +197,12 @@ TEST_F(ProcessTest, KindStoreAndLaunchDate)
     java.userTime = 2.25;
     const auto p = RVProcess::processWithPID(1);
     EXPECT_EQ(p->platform(), RVPlatformJava); // no NSPrincipalClass, so not Cocoa
+    platform.workspace->iconAnswersNullTimes = 1;
+    EXPECT_TRUE(p->icon().isNull()); // not found: asked again next time
+    EXPECT_EQ(p->icon(), QStringLiteral("/Applications/J.app/icon.png"));
+    EXPECT_EQ(platform.workspace->calls.count(QStringLiteral("icon /Applications/J.app")), 2);
+    p->icon();
+    EXPECT_EQ(platform.workspace->calls.count(QStringLiteral("icon /Applications/J.app")), 2); // kept
     EXPECT_FALSE(p->isClassic());
     EXPECT_TRUE(p->isBackgroundOnly());
     EXPECT_EQ(p->launchDate(), QDateTime::fromMSecsSinceEpoch(1'700'000'000'500, Qt::UTC));
