@@ -14,6 +14,7 @@ packages=(
     xvfb xauth openbox xdotool x11-utils imagemagick
     trash-cli policykit-1 desktop-file-utils util-linux procps strace gdb
     at-spi2-core libatspi2.0-dev
+    pulseaudio pulseaudio-utils sox
 )
 
 missing=()

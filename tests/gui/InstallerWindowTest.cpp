@@ -3,9 +3,11 @@
 #include "InstallerWindow.h"
 #include "RVLocalization.h"
 #include "RVProcess.h"
+#include "RVQtAudio.h"
 #include "TempDir.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -143,6 +145,29 @@ TEST_F(WindowTest, ClosingTheWindowQuits)
 } // namespace
 
 
+
+namespace {
+
+// Run by with-pulse.sh, which records what this plays.
+TEST(Playback, CompletionSoundReachesTheDefaultOutput)
+{
+    if (!qEnvironmentVariableIsSet("RV_PULSE_TEST"))
+        GTEST_SKIP() << "needs the PulseAudio server of tests/gui/with-pulse.sh";
+    FakePlatform platform;
+    platform.facts->executable = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/MacOS/VelmoraInstaller");
+    RVPlatform::install({.audio = std::make_shared<RVQtAudio>()});
+    InstallerWinController controller;
+    controller.setArguments(RVInstallerArguments::fromArgumentList(
+        {QStringLiteral("/prog"), QStringLiteral("-completionSound"), QStringLiteral("YES")}));
+    EXPECT_FALSE(RVPlatform::current().audio().defaultSystemOutputDeviceIdentifier().isNull());
+    controller.playDoneSound();
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 1500)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
