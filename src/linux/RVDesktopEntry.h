@@ -2,7 +2,7 @@
 
 #include <QString>
 
-// Desktop entries (freedesktop Desktop Entry Specification).
+// Desktop entries as freedesktop.org desktops read them.
 namespace RVDesktopEntry {
 
 // One argument of Exec: quoted when it holds a reserved character, with ", `, $ and the

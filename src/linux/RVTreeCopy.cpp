@@ -55,6 +55,11 @@ private:
     static bool copyData(int from, int to, off_t size);
     static void copyAttributes(int from, int to);
     static void copyOwnerAndMode(int fd, const struct stat& info);
+    static void keepTimes(int fd, const struct stat& info)
+    {
+        const decltype(info.st_atim) times[2] = {info.st_atim, info.st_mtim};
+        ::futimens(fd, times);
+    }
 
     // Hard links inside the tree: the first copy of each (device, inode) seen.
     std::map<std::pair<dev_t, ino_t>, std::string> m_links;
@@ -121,8 +126,7 @@ bool TreeCopier::copyFolder(int sourceDir, const char* sourceName, int targetDir
     }
     copyAttributes(from.fd, to.fd);
     copyOwnerAndMode(to.fd, info);
-    const struct timespec times[2] = {info.st_atim, info.st_mtim};
-    ::futimens(to.fd, times);
+    keepTimes(to.fd, info);
     return true;
 }
 
@@ -151,8 +155,7 @@ bool TreeCopier::copyFile(int sourceDir, const char* sourceName, int targetDir,
         return fail("cannot copy", relative);
     copyAttributes(from.fd, to.fd);
     copyOwnerAndMode(to.fd, info);
-    const struct timespec times[2] = {info.st_atim, info.st_mtim};
-    ::futimens(to.fd, times);
+    keepTimes(to.fd, info);
     return true;
 }
 
@@ -168,7 +171,7 @@ bool TreeCopier::copyLink(int sourceDir, const char* sourceName, int targetDir,
     if (::symlinkat(buffer.data(), targetDir, targetName) != 0)
         return fail("cannot create link", relative);
     ::fchownat(targetDir, targetName, info.st_uid, info.st_gid, AT_SYMLINK_NOFOLLOW);
-    const struct timespec times[2] = {info.st_atim, info.st_mtim};
+    const decltype(info.st_atim) times[2] = {info.st_atim, info.st_mtim};
     ::utimensat(targetDir, targetName, times, AT_SYMLINK_NOFOLLOW);
     return true;
 }

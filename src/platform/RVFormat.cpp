@@ -40,7 +40,7 @@ QString describeNumber(double d)
     return QString::fromLatin1(buf);
 }
 
-struct Spec
+struct Conversion
 {
     QByteArray flags;
     QByteArray width;
@@ -51,7 +51,7 @@ struct Spec
 };
 
 // Parses one conversion after its '%'; answers the index after it, or -1 when malformed.
-qsizetype parseSpec(const QString& f, qsizetype i, Spec& spec)
+qsizetype parseConversion(const QString& f, qsizetype i, Conversion& conversion)
 {
     const qsizetype n = f.size();
     auto isDigit = [&](qsizetype k) { return k < n && f[k] >= u'0' && f[k] <= u'9'; };
@@ -60,25 +60,25 @@ qsizetype parseSpec(const QString& f, qsizetype i, Spec& spec)
     while (isDigit(k))
         ++k;
     if (k > i && k < n && f[k] == u'$') {
-        spec.position = f.mid(i, k - i).toInt();
+        conversion.position = f.mid(i, k - i).toInt();
         i = k + 1;
     }
     while (i < n && QStringLiteral("-+ #0").contains(f[i]))
-        spec.flags += char(f[i++].unicode());
+        conversion.flags += char(f[i++].unicode());
     while (isDigit(i))
-        spec.width += char(f[i++].unicode());
+        conversion.width += char(f[i++].unicode());
     if (i < n && f[i] == u'.') {
-        spec.precision += '.';
+        conversion.precision += '.';
         ++i;
         while (isDigit(i))
-            spec.precision += char(f[i++].unicode());
+            conversion.precision += char(f[i++].unicode());
     }
     while (i < n && QStringLiteral("hlqLzjt").contains(f[i]))
-        spec.length += char(f[i++].unicode());
+        conversion.length += char(f[i++].unicode());
     if (i >= n || f[i].unicode() > 0x7f)
         return -1;
-    spec.conversion = char(f[i].unicode());
-    if (!QByteArrayLiteral("@dDiuUoOxXcCsSfFeEgGaAp%").contains(spec.conversion))
+    conversion.conversion = char(f[i].unicode());
+    if (!QByteArrayLiteral("@dDiuUoOxXcCsSfFeEgGaAp%").contains(conversion.conversion))
         return -1;
     return i + 1;
 }
@@ -89,18 +89,18 @@ bool isLong64(const QByteArray& length)
            length.contains('z') || length.contains('t');
 }
 
-QString formatNumber(const Spec& spec, const QVariant& v)
+QString formatNumber(const Conversion& conversion, const QVariant& v)
 {
     // Width and precision come from our own texts and are small; the cap keeps a hostile
     // format from asking for a huge buffer.
-    if (spec.width.toInt() > 1000 || spec.precision.mid(1).toInt() > 1000)
+    if (conversion.width.toInt() > 1000 || conversion.precision.mid(1).toInt() > 1000)
         return QStringLiteral("(bad format)");
-    const QByteArray prefix = '%' + spec.flags + spec.width + spec.precision;
+    const QByteArray prefix = '%' + conversion.flags + conversion.width + conversion.precision;
     char buf[2200];
-    switch (spec.conversion) {
+    switch (conversion.conversion) {
     case 'd': case 'i': case 'D': {
         const qlonglong n = v.toLongLong();
-        if (isLong64(spec.length) || spec.conversion == 'D')
+        if (isLong64(conversion.length) || conversion.conversion == 'D')
             std::snprintf(buf, sizeof buf, (prefix + "lld").constData(), n);
         else
             std::snprintf(buf, sizeof buf, (prefix + "d").constData(), static_cast<int>(n));
@@ -109,9 +109,9 @@ QString formatNumber(const Spec& spec, const QVariant& v)
     case 'u': case 'U': case 'o': case 'O': case 'x': case 'X': {
         const qulonglong n = v.toULongLong() ? v.toULongLong()
                                              : static_cast<qulonglong>(v.toLongLong());
-        const char conv = spec.conversion == 'U' ? 'u' : spec.conversion == 'O' ? 'o'
-                                                                                : spec.conversion;
-        if (isLong64(spec.length) || spec.conversion == 'U' || spec.conversion == 'O')
+        const char conv = conversion.conversion == 'U' ? 'u' : conversion.conversion == 'O' ? 'o'
+                                                                                : conversion.conversion;
+        if (isLong64(conversion.length) || conversion.conversion == 'U' || conversion.conversion == 'O')
             std::snprintf(buf, sizeof buf, (prefix + "ll" + conv).constData(), n);
         else
             std::snprintf(buf, sizeof buf, (prefix + conv).constData(),
@@ -122,38 +122,38 @@ QString formatNumber(const Spec& spec, const QVariant& v)
         std::snprintf(buf, sizeof buf, "0x%llx", v.toULongLong());
         break;
     default: // floating point
-        std::snprintf(buf, sizeof buf, (prefix + spec.conversion).constData(), v.toDouble());
+        std::snprintf(buf, sizeof buf, (prefix + conversion.conversion).constData(), v.toDouble());
         break;
     }
     return QString::fromLatin1(buf);
 }
 
-QString padded(const Spec& spec, const QString& text)
+QString padded(const Conversion& conversion, const QString& text)
 {
-    const int width = spec.width.toInt();
+    const int width = conversion.width.toInt();
     if (text.size() >= width || width > 1000)
         return text;
     const QString fill(width - text.size(), u' ');
-    return spec.flags.contains('-') ? text + fill : fill + text;
+    return conversion.flags.contains('-') ? text + fill : fill + text;
 }
 
-QString formatOne(const Spec& spec, const QVariant* arg)
+QString formatOne(const Conversion& conversion, const QVariant* arg)
 {
     const QVariant none;
     const QVariant& v = arg ? *arg : none;
-    switch (spec.conversion) {
+    switch (conversion.conversion) {
     case '@':
-        return padded(spec, RVDescription(v));
+        return padded(conversion, RVDescription(v));
     case 's': case 'S': {
         QString s = v.isNull() ? QStringLiteral("(null)") : RVDescription(v);
-        if (!spec.precision.isEmpty())
-            s.truncate(spec.precision.mid(1).toInt());
-        return padded(spec, s);
+        if (!conversion.precision.isEmpty())
+            s.truncate(conversion.precision.mid(1).toInt());
+        return padded(conversion, s);
     }
     case 'c': case 'C':
-        return padded(spec, QString(QChar(static_cast<char16_t>(v.toUInt()))));
+        return padded(conversion, QString(QChar(static_cast<char16_t>(v.toUInt()))));
     default:
-        return formatNumber(spec, v);
+        return formatNumber(conversion, v);
     }
 }
 
@@ -211,20 +211,20 @@ QString RVFormat(const QString& format, std::initializer_list<RVFormatArg> args)
             ++i;
             continue;
         }
-        Spec spec;
-        const qsizetype end = parseSpec(format, i + 1, spec);
+        Conversion conversion;
+        const qsizetype end = parseConversion(format, i + 1, conversion);
         if (end < 0) {
             out += c;
             ++i;
             continue;
         }
         i = end;
-        if (spec.conversion == '%') {
+        if (conversion.conversion == '%') {
             out += u'%';
             continue;
         }
-        std::size_t index = spec.position > 0 ? std::size_t(spec.position - 1) : next++;
-        out += formatOne(spec, index < list.size() ? &list[index].value() : nullptr);
+        std::size_t index = conversion.position > 0 ? std::size_t(conversion.position - 1) : next++;
+        out += formatOne(conversion, index < list.size() ? &list[index].value() : nullptr);
     }
     return out;
 }

@@ -12,7 +12,7 @@
 
 #include <sys/types.h>
 
-struct TestBundleSpec
+struct TestBundle
 {
     QString name = {}; // "Demo" makes Demo.app
     QString executable = QStringLiteral("testapp");
@@ -29,9 +29,9 @@ inline QString xmlEscaped(const QString& text)
 }
 
 // Writes the bundle into folder and answers its path.
-inline QString makeTestBundle(const QString& folder, const TestBundleSpec& spec)
+inline QString makeTestBundle(const QString& folder, const TestBundle& bundle)
 {
-    const QString app = folder + u'/' + spec.name + QStringLiteral(".app");
+    const QString app = folder + u'/' + bundle.name + QStringLiteral(".app");
     QDir().mkpath(app + QStringLiteral("/Contents/MacOS"));
     QDir().mkpath(app + QStringLiteral("/Contents/Resources"));
     QString entries;
@@ -40,20 +40,20 @@ inline QString makeTestBundle(const QString& folder, const TestBundleSpec& spec)
             entries += QStringLiteral("<key>%1</key><string>%2</string>\n")
                            .arg(QString::fromLatin1(key), xmlEscaped(value));
     };
-    add("CFBundleExecutable", spec.executable);
-    add("CFBundleName", spec.name);
-    add("CFBundleSignature", spec.signature);
-    add("CFBundleIdentifier", spec.identifier);
-    add("CFBundleShortVersionString", spec.shortVersion);
-    add("CFBundleVersion", spec.bundleVersion);
-    add("CFBundleDisplayName", spec.displayName);
+    add("CFBundleExecutable", bundle.executable);
+    add("CFBundleName", bundle.name);
+    add("CFBundleSignature", bundle.signature);
+    add("CFBundleIdentifier", bundle.identifier);
+    add("CFBundleShortVersionString", bundle.shortVersion);
+    add("CFBundleVersion", bundle.bundleVersion);
+    add("CFBundleDisplayName", bundle.displayName);
     QFile info(app + QStringLiteral("/Contents/Info.plist"));
     if (info.open(QIODevice::WriteOnly)) {
         info.write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n");
         info.write(entries.toUtf8());
         info.write("</dict></plist>\n");
     }
-    const QString executable = app + QStringLiteral("/Contents/MacOS/") + spec.executable;
+    const QString executable = app + QStringLiteral("/Contents/MacOS/") + bundle.executable;
     QFile::remove(executable);
     QFile::copy(QStringLiteral(RV_TEST_APP), executable);
     QFile::setPermissions(executable, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
