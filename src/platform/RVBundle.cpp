@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <mutex>
+
 namespace {
 
 // Info.plist files are small; anything bigger than this is not one.
@@ -41,11 +43,20 @@ std::optional<RVBundle> RVBundle::bundleWithPath(const QString& path)
 
 std::optional<RVBundle> RVBundle::mainBundle()
 {
+    // The program's own bundle does not change while it runs: read it once per executable.
+    static std::mutex mutex;
+    static QString cachedFor;
+    static std::optional<RVBundle> cached;
     const QString executable = RVPlatform::current().systemFacts().executablePath();
     if (executable.isEmpty())
         return std::nullopt;
-    const QString app = enclosingAppFolder(QFileInfo(executable).absolutePath());
-    return bundleWithPath(app.isNull() ? QFileInfo(executable).absolutePath() : app);
+    std::lock_guard lock(mutex);
+    if (cachedFor != executable) {
+        const QString app = enclosingAppFolder(QFileInfo(executable).absolutePath());
+        cached = bundleWithPath(app.isNull() ? QFileInfo(executable).absolutePath() : app);
+        cachedFor = executable;
+    }
+    return cached;
 }
 
 QString RVBundle::enclosingAppFolder(const QString& path)
