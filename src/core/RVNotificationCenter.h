@@ -1,0 +1,70 @@
+#pragma once
+
+#include "RVCoreOnly.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QString>
+#include <QVariantMap>
+
+#include <functional>
+#include <mutex>
+#include <vector>
+
+// A program-wide notification: a name, the object it is about (by identity only; null for
+// none) and user information.
+struct RVNotification
+{
+    QString name;
+    const void* object = nullptr;
+    QVariantMap userInfo;
+};
+
+// Observers by name and object. An observer registered without an object hears the name from
+// any object. Posting delivers at once, on the posting thread, in the order of registration.
+class RVNotificationCenter
+{
+public:
+    using Observer = std::function<void(const RVNotification&)>;
+    using Token = quint64;
+
+    static RVNotificationCenter& defaultCenter();
+
+    Token addObserver(const QString& name, const void* object, Observer observer);
+    void removeObserver(Token token);
+    void post(const RVNotification& notification);
+
+private:
+    struct Registration
+    {
+        Token token;
+        QString name;
+        const void* object;
+        Observer observer;
+    };
+    std::mutex m_mutex;
+    std::vector<Registration> m_registrations;
+    Token m_next = 1;
+};
+
+// Notifications waiting to be posted when the main thread's event loop is about to wait for
+// more events. A notification with the same name and object as one already waiting is merged
+// into it: a burst posts once, with the first one's user information.
+class RVNotificationQueue
+{
+public:
+    static RVNotificationQueue& defaultQueue();
+
+    // Needs the application object; the idle hook is installed on first use.
+    void enqueueWhenIdle(const RVNotification& notification);
+    // Posts everything that waits (the idle hook calls this).
+    void postPending();
+    qsizetype pendingCount();
+
+private:
+    void installIdleHook();
+
+    std::mutex m_mutex;
+    std::vector<RVNotification> m_pending;
+    QPointer<QCoreApplication> m_hookedTo; // the application whose loop posts for us
+};
