@@ -1,6 +1,7 @@
 #include "InstallFunction.h"
 
 #include "RVLog.h"
+#include "RVPaths.h"
 #include "RVPlatform.h"
 
 #include <QDir>
@@ -16,11 +17,6 @@ RVFileManager& files()
 RVWorkspace& workspace()
 {
     return RVPlatform::current().workspace();
-}
-
-QString folderOf(const QString& path)
-{
-    return QFileInfo(path).path();
 }
 
 bool isInside(const QString& path, const QString& folder)
@@ -67,13 +63,13 @@ int InstallApplication(const QString& source, const QString& destination, const 
     }
 
     if (!wrapper.isEmpty()) {
-        const int result = installWrapperItems(wrapper, folderOf(destination));
+        const int result = installWrapperItems(wrapper, RVPaths::folderOf(destination));
         if (result != InstallResultSuccess)
             return result;
     }
 
     if (files().fileExists(destination) &&
-        !workspace().recycle(folderOf(destination), {QFileInfo(destination).fileName()})) {
+        !workspace().recycle(RVPaths::folderOf(destination), {RVPaths::lastComponent(destination)})) {
         RVLog(QStringLiteral("ERROR -- Could not trash '%@'"), destination);
         RVLog(QStringLiteral("ERROR -- Could not trash existing %@"), destination);
         return InstallResultTrashFailed;

@@ -2,6 +2,7 @@
 
 #include "RVInstallerInterface.h"
 #include "RVLog.h"
+#include "RVPaths.h"
 #include "RVPlatform.h"
 #include "RVProcess.h"
 
@@ -20,14 +21,6 @@ RVFileManager& files()
 QString probeName(long value)
 {
     return RVFormat(QStringLiteral("temp-%X"), {std::uint32_t(value)});
-}
-
-QString parentOf(const QString& path)
-{
-    const qsizetype slash = path.lastIndexOf(u'/');
-    if (slash < 0)
-        return QStringLiteral("");
-    return slash == 0 ? QStringLiteral("/") : path.left(slash);
 }
 
 } // namespace
@@ -62,10 +55,10 @@ bool InstallerWinController::canWriteToPath(const QString& path)
         RVLog(QStringLiteral("Cannot write to item %@"), path);
         return false;
     }
-    QString folder = parentOf(path);
+    QString folder = RVPaths::folderOf(path);
     if (folder.size() >= 2) {
         while (!files().fileExists(folder)) {
-            folder = parentOf(folder);
+            folder = RVPaths::folderOf(folder);
             if (folder.size() <= 1)
                 break;
         }
@@ -155,11 +148,9 @@ QString InstallerWinController::recursiveLocalizedPath(const QString& path)
 {
     if (path.size() < 3)
         return path;
-    const QString folder = recursiveLocalizedPath(parentOf(path));
+    const QString folder = recursiveLocalizedPath(RVPaths::folderOf(path));
     const QString home = RVPlatform::current().systemFacts().homeDirectory();
     const QString expanded = path.startsWith(QStringLiteral("~/")) ? home + path.mid(1) : path;
     const QString name = files().displayName(expanded);
-    if (folder.isEmpty())
-        return name;
-    return folder.endsWith(u'/') ? folder + name : folder + u'/' + name;
+    return RVPaths::joined(folder, name);
 }

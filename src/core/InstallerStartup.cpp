@@ -5,36 +5,25 @@
 #include "RVInstallerView.h"
 #include "RVLocalization.h"
 #include "RVLog.h"
+#include "RVPaths.h"
 #include "RVPlatform.h"
 #include "RVProcess.h"
 #include "RVUtilities.h"
 
 #include <QFileInfo>
 
+using RVPaths::folderOf;
+using RVPaths::joined;
+using RVPaths::lastComponent;
+
 namespace {
 
 const QString kLogFile = QStringLiteral("~/Library/Logs/VelmoraInstaller.log");
-
-QString lastComponent(const QString& path)
-{
-    return path.section(u'/', -1);
-}
 
 QString withoutExtension(const QString& name)
 {
     const qsizetype dot = name.lastIndexOf(u'.');
     return dot > 0 ? name.left(dot) : name;
-}
-
-QString folderOf(const QString& path)
-{
-    const qsizetype slash = path.lastIndexOf(u'/');
-    return slash < 0 ? QStringLiteral("") : slash == 0 ? QStringLiteral("/") : path.left(slash);
-}
-
-QString joined(const QString& folder, const QString& name)
-{
-    return folder.endsWith(u'/') ? folder + name : folder + u'/' + name;
 }
 
 QString infoString(const std::optional<RVBundle>& bundle, const QString& key)

@@ -18,19 +18,6 @@ namespace {
 
 const QString kReserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
 
-QString iconSourceOf(const RVBundle& bundle)
-{
-    const QString name = bundle.objectForInfoDictionaryKey(QStringLiteral("CFBundleIconFile")).toString();
-    if (name.isEmpty())
-        return {};
-    for (const QString& type : {QStringLiteral("icns"), QStringLiteral("png"), QStringLiteral("svg"), QString()}) {
-        const QString path = bundle.pathForResourceOfType(name, type);
-        if (!path.isNull())
-            return path;
-    }
-    return {};
-}
-
 // The largest image the icon file holds, written as PNG.
 bool convertIcon(const QString& source, const QString& target)
 {
@@ -137,7 +124,7 @@ RVDesktopEntry::Registration RVDesktopEntry::registerBundle(const QString& bundl
     const QString icons = dataHome + QStringLiteral("/icons");
     QDir().mkpath(applications);
     QDir().mkpath(icons);
-    const QString iconSource = iconSourceOf(*bundle);
+    const QString iconSource = bundle->iconFilePath();
     if (!iconSource.isEmpty() && convertIcon(iconSource, icons + u'/' + id + QStringLiteral(".png")))
         result.iconPath = icons + u'/' + id + QStringLiteral(".png");
 

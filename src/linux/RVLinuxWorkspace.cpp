@@ -36,17 +36,7 @@ void RVLinuxWorkspace::noteFileSystemChanged(const QString& path)
 QString RVLinuxWorkspace::iconForFile(const QString& path)
 {
     const auto bundle = RVBundle::bundleWithPath(path);
-    if (!bundle)
-        return {};
-    const QString name = bundle->objectForInfoDictionaryKey(QStringLiteral("CFBundleIconFile")).toString();
-    if (name.isEmpty())
-        return {};
-    for (const QString& type : {QStringLiteral("icns"), QStringLiteral("png"), QStringLiteral("svg"), QString()}) {
-        const QString icon = bundle->pathForResourceOfType(name, type);
-        if (!icon.isNull())
-            return icon;
-    }
-    return {};
+    return bundle ? bundle->iconFilePath() : QString();
 }
 
 bool RVLinuxWorkspace::openApplication(const QString& path)

@@ -126,3 +126,16 @@ QString RVBundle::pathForResourceOfType(const QString& name, const QString& type
     const QString path = resourcePath() + u'/' + fileName;
     return QFileInfo::exists(path) ? path : QString();
 }
+
+QString RVBundle::iconFilePath() const
+{
+    const QString name = m_info.value(QStringLiteral("CFBundleIconFile")).toString();
+    if (name.isEmpty())
+        return {};
+    for (const QString& type : {QStringLiteral("icns"), QStringLiteral("png"), QStringLiteral("svg"), QString()}) {
+        const QString path = pathForResourceOfType(name, type);
+        if (!path.isNull())
+            return path;
+    }
+    return {};
+}

@@ -37,6 +37,10 @@ public:
     // null when no such file exists.
     QString pathForResourceOfType(const QString& name, const QString& type) const;
 
+    // The image file named by CFBundleIconFile among the resources (as .icns, .png, .svg or
+    // the name as it stands); null when there is none.
+    QString iconFilePath() const;
+
     // The folder ending in ".app" that contains path (path itself included), or null.
     static QString enclosingAppFolder(const QString& path);
 
