@@ -5,7 +5,6 @@
 #include "RVPlatform.h"
 
 #include <QDir>
-#include <QFileInfo>
 
 namespace {
 

@@ -7,7 +7,6 @@
 #include "RVProcess.h"
 
 #include <QDir>
-#include <QFileInfo>
 
 #include <cstdlib>
 
@@ -95,7 +94,7 @@ QString InstallerWinController::applicationsDirectory()
 QString InstallerWinController::autoLaunchPathFor(const QString& productName)
 {
     for (const QString& item : RVPlatform::current().workspace().loginItems()) {
-        if (QFileInfo(item).fileName().startsWith(productName))
+        if (RVPaths::lastComponent(item).startsWith(productName))
             return item;
     }
     return {};

@@ -10,7 +10,6 @@
 #include "RVProcess.h"
 #include "RVUtilities.h"
 
-#include <QFileInfo>
 
 using RVPaths::folderOf;
 using RVPaths::joined;

@@ -205,15 +205,8 @@ QVariantMap RVProcTable::bundleInfo(const QString& location)
     return info;
 }
 
-std::optional<RVProcessInformation> RVProcTable::processInformation(RVSerialNumber psn)
+RVProcessInformation RVProcTable::informationFrom(const QString& location, const QVariantMap& info)
 {
-    const auto pid = livePid(psn);
-    if (!pid)
-        return std::nullopt;
-    const QString location = applicationLocation(*pid);
-    if (location.isNull())
-        return std::nullopt;
-    const QVariantMap info = bundleInfo(location);
     RVProcessInformation result;
     result.name = info.value(QStringLiteral("CFBundleName")).toString();
     if (result.name.isEmpty())
@@ -223,16 +216,25 @@ std::optional<RVProcessInformation> RVProcTable::processInformation(RVSerialNumb
     return result;
 }
 
+std::optional<RVProcessInformation> RVProcTable::processInformation(RVSerialNumber psn)
+{
+    const auto pid = livePid(psn);
+    const QString location = pid ? applicationLocation(*pid) : QString();
+    if (location.isNull())
+        return std::nullopt;
+    return informationFrom(location, bundleInfo(location));
+}
+
 std::optional<QVariantMap> RVProcTable::informationDictionary(RVSerialNumber psn)
 {
     const auto pid = livePid(psn);
-    const auto information = processInformation(psn);
-    if (!pid || !information)
+    const QString location = pid ? applicationLocation(*pid) : QString();
+    if (location.isNull())
         return std::nullopt;
-    const QString location = applicationLocation(*pid);
     QVariantMap dictionary = bundleInfo(location);
+    const RVProcessInformation information = informationFrom(location, dictionary);
     dictionary.insert(QStringLiteral("BundlePath"), location);
-    dictionary.insert(QStringLiteral("FileCreator"), RVStringFromOSType(information->signature));
+    dictionary.insert(QStringLiteral("FileCreator"), RVStringFromOSType(information.signature));
     dictionary.insert(QStringLiteral("pid"), qlonglong(*pid));
     if (const auto stat = readStat(*pid); stat && stat->parent > 0) {
         if (const auto parent = readStat(stat->parent)) {

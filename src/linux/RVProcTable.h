@@ -59,6 +59,8 @@ private:
     QString applicationLocation(pid_t pid) const;
     std::optional<pid_t> livePid(RVSerialNumber psn) const;
     QVariantMap bundleInfo(const QString& location);
+    // Name and signature from a bundle's info dictionary.
+    static RVProcessInformation informationFrom(const QString& location, const QVariantMap& info);
     bool signal(RVSerialNumber psn, int signalNumber);
 
     QString m_procRoot;
