@@ -1,3 +1,4 @@
+#include "ArgumentWords.h"
 #include "FakePlatform.h"
 #include "InstallerWinController.h"
 #include "RVInstallerInterface.h"
@@ -15,13 +16,7 @@ protected:
     void SetUp() override { RVProcess::resetCacheForTesting(); }
     void TearDown() override { RVProcess::resetCacheForTesting(); }
 
-    void setArguments(std::initializer_list<const char*> words)
-    {
-        QStringList list{QStringLiteral("/prog")};
-        for (const char* w : words)
-            list << QString::fromUtf8(w);
-        controller.setArguments(RVInstallerArguments::fromArgumentList(list));
-    }
+    void setArguments(std::initializer_list<const char*> words) { controller.setArguments(argumentsFromWords(words)); }
 
     FakePlatform platform;
     FakeFileManager& files = *platform.fileManager;

@@ -1,3 +1,4 @@
+#include "ArgumentWords.h"
 #include "FakePlatform.h"
 #include "TestApplication.h"
 #include "InstallFunction.h"
@@ -33,13 +34,7 @@ protected:
     }
     void TearDown() override { RVProcess::resetCacheForTesting(); }
 
-    void setArguments(std::initializer_list<const char*> words)
-    {
-        QStringList list{QStringLiteral("/prog")};
-        for (const char* w : words)
-            list << QString::fromUtf8(w);
-        controller.setArguments(RVInstallerArguments::fromArgumentList(list));
-    }
+    void setArguments(std::initializer_list<const char*> words) { controller.setArguments(argumentsFromWords(words)); }
     QStringList deliveredProgress()
     {
         QCoreApplication::sendPostedEvents();
