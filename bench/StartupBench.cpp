@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr int kRuns = 7;
+constexpr int kRuns = 15;
 
 bool windowListed(xcb_ewmh_connection_t* ewmh, const QByteArray& title)
 {

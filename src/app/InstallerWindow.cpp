@@ -6,6 +6,7 @@
 #include "ui_InstallerWindow.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QCloseEvent>
 #include <QFile>
 #include <QMessageBox>
@@ -13,13 +14,11 @@
 #include <QStyle>
 #include <QTextBrowser>
 
+#include <xcb/xcb.h>
+
 InstallerWindow::InstallerWindow(QWidget* parent) : QDialog(parent), m_ui(std::make_unique<Ui::InstallerWindow>())
 {
     m_ui->setupUi(this);
-    if (const auto bundle = RVBundle::mainBundle()) {
-        const QString checkmark = bundle->pathForResourceOfType(QStringLiteral("checkmark"), QStringLiteral("png"));
-        m_ui->checkmarkField->setPixmap(QPixmap(checkmark).scaled(56, 56, Qt::KeepAspectRatio, Qt::SmoothTransformation));
-    }
     m_ui->progressIndicator->setVisible(false);
 }
 
@@ -102,6 +101,13 @@ void InstallerWindow::setButtonEnabled(Button which, bool enabled)
 
 void InstallerWindow::setImageHidden(Image image, bool hidden)
 {
+    // The check mark is only seen at the end; reading it then keeps it off the start-up.
+    if (image == Image::Checkmark && !hidden && m_ui->checkmarkField->pixmap().isNull())
+        if (const auto bundle = RVBundle::mainBundle()) {
+            const QString checkmark = bundle->pathForResourceOfType(QStringLiteral("checkmark"), QStringLiteral("png"));
+            m_ui->checkmarkField->setPixmap(
+                QPixmap(checkmark).scaled(56, 56, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+        }
     (image == Image::Icon ? m_ui->iconField : m_ui->checkmarkField)->setHidden(hidden);
 }
 
@@ -112,7 +118,12 @@ bool InstallerWindow::setIconFromFile(const QString& path)
     if (pixmap.isNull())
         return false;
     m_ui->iconField->setPixmap(pixmap);
-    QApplication::setWindowIcon(icon);
+    // Title bars and switchers show small icons; the window manager reads every size given,
+    // and a full-size product icon delayed the window's appearance by milliseconds.
+    QIcon windowIcon;
+    for (const int side : {16, 32, 48, 64})
+        windowIcon.addPixmap(pixmap.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    QApplication::setWindowIcon(windowIcon);
     return true;
 }
 
@@ -156,6 +167,11 @@ void InstallerWindow::bringToFront()
     raise();
     activateWindow();
     m_ui->installButton->setFocus(); // Return, with or without Alt, presses it
+    // Hand the map request to the server now rather than when the event loop next runs: the
+    // window manager frames the window while the start-up finishes.
+    if (const auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>())
+        if (xcb_connection_t* connection = x11->connection())
+            xcb_flush(connection);
 }
 
 void InstallerWindow::showAlert(const QString& message, const QString& informative, const QString& first,

@@ -12,6 +12,7 @@
 
 int main(int argc, char* argv[])
 {
+    RVLinuxPlatform::prepareDisplayInBackground();
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);

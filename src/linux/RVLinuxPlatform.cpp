@@ -1,5 +1,6 @@
 #include "RVLinuxPlatform.h"
 
+#include "RVAudioModule.h"
 #include "RVBundle.h"
 #include "RVLinuxClock.h"
 #include "RVLinuxFileManager.h"
@@ -10,8 +11,13 @@
 #include "RVPkexecAuthorization.h"
 #include "RVPlatform.h"
 #include "RVProcTable.h"
-#include "RVQtAudio.h"
+#include "RVX11Connection.h"
 #include "RVX11WindowSystem.h"
+
+#include <fontconfig/fontconfig.h>
+
+#include <cstdlib>
+#include <thread>
 
 namespace {
 
@@ -36,7 +42,9 @@ QString pkexecPath()
 void RVLinuxPlatform::install(const QStringList& arguments)
 {
     auto launcher = std::make_shared<RVLinuxLauncher>();
-    RVPlatform::install({.systemFacts = std::make_shared<RVLinuxSystemFacts>(arguments),
+    auto facts = std::make_shared<RVLinuxSystemFacts>(arguments);
+    const QString audioModule = RVAudioModule::pathInBundleOf(facts->executablePath());
+    RVPlatform::install({.systemFacts = std::move(facts),
                          .launcher = launcher,
                          .clock = std::make_shared<RVLinuxClock>(),
                          .processTable = std::make_shared<RVProcTable>(),
@@ -44,7 +52,7 @@ void RVLinuxPlatform::install(const QStringList& arguments)
                          .fileManager = std::make_shared<RVLinuxFileManager>(),
                          .workspace = std::make_shared<RVLinuxWorkspace>(launcher, applicationsFolder()),
                          .authorization = std::make_shared<RVPkexecAuthorization>(pkexecPath()),
-                         .audio = std::make_shared<RVQtAudio>()});
+                         .audio = std::make_shared<RVAudioModule>(audioModule)});
     // The own domain is the bundle identifier, which needs the facts installed first.
     const auto main = RVBundle::mainBundle();
     QString domain = main ? main->bundleIdentifier() : QString();
@@ -52,4 +60,16 @@ void RVLinuxPlatform::install(const QStringList& arguments)
         domain = kDefaultDomain;
     RVPlatform::install(
         {.userDefaults = std::make_shared<RVLinuxUserDefaults>(arguments, domain)});
+}
+
+void RVLinuxPlatform::prepareDisplayInBackground()
+{
+    if (!std::getenv("DISPLAY"))
+        return;
+    // Both are process-wide and thread-safe: Qt's own FcInit later finds the configuration
+    // loaded, and the window system finds the connection open.
+    std::thread([] {
+        FcInit();
+        RVX11Connection::acquire();
+    }).detach();
 }

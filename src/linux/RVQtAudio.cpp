@@ -145,3 +145,9 @@ std::shared_ptr<RVAudioPlayer> RVQtAudio::load(const QString& path)
         return nullptr;
     return std::make_shared<QtPlayer>(path);
 }
+
+// The module's one entry, found by name when the sound effects are first needed.
+extern "C" Q_DECL_EXPORT RVAudio* rvCreateQtAudio()
+{
+    return new RVQtAudio;
+}

@@ -2,8 +2,8 @@
 
 #include "RVWindowSystem.h"
 
-// EWMH through xcb. Each call opens its own connection, so any thread may call, and a
-// missing display simply gives the neutral answer.
+// EWMH through xcb on the shared display connection. Any thread may call, and a missing
+// display simply gives the neutral answer.
 class RVX11WindowSystem : public RVWindowSystem
 {
 public:

@@ -3,7 +3,7 @@
 #include "InstallerWindow.h"
 #include "RVLocalization.h"
 #include "RVProcess.h"
-#include "RVQtAudio.h"
+#include "RVAudioModule.h"
 #include "TempDir.h"
 
 #include <QApplication>
@@ -155,7 +155,8 @@ TEST(Playback, CompletionSoundReachesTheDefaultOutput)
         GTEST_SKIP() << "needs the PulseAudio server of tests/gui/with-pulse.sh";
     FakePlatform platform;
     platform.facts->executable = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/MacOS/VelmoraInstaller");
-    RVPlatform::install({.audio = std::make_shared<RVQtAudio>()});
+    RVPlatform::install(
+        {.audio = std::make_shared<RVAudioModule>(RVAudioModule::pathInBundleOf(platform.facts->executable))});
     InstallerWinController controller;
     controller.setArguments(RVInstallerArguments::fromArgumentList(
         {QStringLiteral("/prog"), QStringLiteral("-completionSound"), QStringLiteral("YES")}));

@@ -1,3 +1,5 @@
+#include "FakePlatform.h"
+#include "RVAudioModule.h"
 #include "RVLinuxSystemFacts.h"
 #include "RVLinuxUserDefaults.h"
 #include "TempDir.h"
@@ -95,6 +97,26 @@ TEST_F(UserDefaultsTest, BoolForKeyReadsTheUsualSpellings)
     }
     EXPECT_FALSE(defaults.boolForKey(QStringLiteral("absent")));
     EXPECT_TRUE(QFile::exists(tmp.file(QStringLiteral("com.velmora.bools.conf"))));
+}
+
+} // namespace
+
+namespace {
+
+TEST(RVAudioModule, TheBundleKeepsTheModuleBesideItsPrograms)
+{
+    EXPECT_EQ(RVAudioModule::pathInBundleOf(QStringLiteral("/Applications/A.app/Contents/MacOS/A")),
+              QStringLiteral("/Applications/A.app/Contents/PlugIns/libvelmora-audio.so"));
+}
+
+TEST(RVAudioModule, AMissingModuleIsLoggedOnceAndLeavesTheProgramSilent)
+{
+    LogCapture log;
+    RVAudioModule audio(QStringLiteral("/nonexistent/libvelmora-audio.so"));
+    EXPECT_EQ(audio.load(QStringLiteral("/nonexistent/Done.wav")), nullptr);
+    EXPECT_TRUE(audio.defaultSystemOutputDeviceIdentifier().isNull());
+    ASSERT_EQ(log.lines().size(), 1) << log.lines().join(u'\n').toStdString();
+    EXPECT_TRUE(log.lines().first().startsWith(QStringLiteral("sound module not loaded: ")));
 }
 
 } // namespace
