@@ -17,6 +17,7 @@ int main(int argc, char* argv[])
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
     QApplication application(argc, argv);
+    RVLinuxPlatform::prepareImageFormatsInBackground();
     RVLinuxPlatform::install(arguments);
     if (const auto bundle = RVBundle::mainBundle())
         RVLocalization::load(RVPlatform::current().systemFacts().currentLocale(),

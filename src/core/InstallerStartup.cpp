@@ -79,24 +79,19 @@ bool InstallerWinController::completeSourcePath()
 
 void InstallerWinController::showProductIcon(const std::optional<RVBundle>& product)
 {
-    QStringList candidates;
-    if (const QString iconPath = argument(RVInstallerKeyIconPath); !iconPath.isNull())
-        candidates << iconPath;
+    if (const QString iconPath = argument(RVInstallerKeyIconPath); !iconPath.isNull() && m_view->setIconFromFile(iconPath))
+        return;
     const QString iconFile = infoString(product, QStringLiteral("CFBundleIconFile"));
     if (product && !iconFile.isEmpty()) {
         QString resource = product->pathForResourceOfType(iconFile, QStringLiteral("icns"));
         if (resource.isNull())
             resource = product->pathForResourceOfType(iconFile, QString());
-        if (!resource.isNull())
-            candidates << resource;
+        if (!resource.isNull() && m_view->setIconFromFile(resource))
+            return;
     }
     const QString fileIcon = RVPlatform::current().workspace().iconForFile(argument(RVInstallerKeySourcePath));
     if (!fileIcon.isNull())
-        candidates << fileIcon;
-    for (const QString& candidate : candidates) {
-        if (m_view->setIconFromFile(candidate))
-            return;
-    }
+        m_view->setIconFromFile(fileIcon);
 }
 
 void InstallerWinController::fillPageTexts(const QString& version, bool hasDocumentation)

@@ -14,6 +14,8 @@
 #include "RVX11Connection.h"
 #include "RVX11WindowSystem.h"
 
+#include <QImageReader>
+
 #include <fontconfig/fontconfig.h>
 
 #include <cstdlib>
@@ -72,4 +74,11 @@ void RVLinuxPlatform::prepareDisplayInBackground()
         FcInit();
         RVX11Connection::acquire();
     }).detach();
+}
+
+void RVLinuxPlatform::prepareImageFormatsInBackground()
+{
+    // The plugin loader is process-wide and locked; a reader on the main thread waits for
+    // this scan instead of doing it again.
+    std::thread([] { QImageReader::supportedImageFormats(); }).detach();
 }
