@@ -13,6 +13,7 @@ namespace {
 std::recursive_mutex g_cacheMutex;
 std::vector<RVProcess::Ptr> g_cachedProcesses;
 std::weak_ptr<RVProcess> g_currentProcess;
+bool g_cacheExists = false;
 
 RVProcessTable& table()
 {
@@ -21,7 +22,10 @@ RVProcessTable& table()
 
 } // namespace
 
-RVProcess::RVProcess(RVSerialNumber psn) : m_psn(psn) {}
+RVProcess::RVProcess(RVSerialNumber psn) : m_psn(psn)
+{
+    installNotifications();
+}
 
 qsizetype RVProcess::indexOfCachedProcessWithSerialNumber(RVSerialNumber psn)
 {
@@ -50,7 +54,9 @@ RVProcess::Ptr RVProcess::cachedProcessWithSerialNumber(RVSerialNumber psn)
 
 RVProcess::Ptr RVProcess::processWithSerialNumber(RVSerialNumber psn)
 {
+    installNotifications();
     std::lock_guard lock(g_cacheMutex);
+    g_cacheExists = true;
     if (Ptr cached = cachedProcessWithSerialNumber(psn))
         return cached;
     auto process = std::make_shared<RVProcess>(psn);
@@ -70,6 +76,14 @@ void RVProcess::cleanupCache()
     }
 }
 
+std::optional<std::vector<RVProcess::Ptr>> RVProcess::cachedProcessesEnumerator()
+{
+    std::lock_guard lock(g_cacheMutex);
+    if (!g_cacheExists)
+        return std::nullopt;
+    return g_cachedProcesses;
+}
+
 std::vector<RVProcess::Ptr> RVProcess::cachedProcesses()
 {
     std::lock_guard lock(g_cacheMutex);
@@ -81,10 +95,12 @@ void RVProcess::resetCacheForTesting()
     std::lock_guard lock(g_cacheMutex);
     g_cachedProcesses.clear();
     g_currentProcess.reset();
+    g_cacheExists = false;
 }
 
 RVProcess::Ptr RVProcess::currentProcess()
 {
+    installNotifications();
     std::lock_guard lock(g_cacheMutex);
     if (Ptr current = g_currentProcess.lock())
         return current;
@@ -98,12 +114,14 @@ RVProcess::Ptr RVProcess::currentProcess()
 
 RVProcess::Ptr RVProcess::frontProcess()
 {
+    installNotifications();
     const auto pid = RVPlatform::current().windowSystem().activeWindowProcess();
     return pid ? processWithPID(*pid) : nullptr;
 }
 
 std::vector<RVProcess::Ptr> RVProcess::allProcesses()
 {
+    installNotifications();
     std::vector<Ptr> processes;
     RVSerialNumber psn = kRVNoProcess;
     while (const auto next = table().nextProcess(psn)) {
@@ -115,12 +133,14 @@ std::vector<RVProcess::Ptr> RVProcess::allProcesses()
 
 RVProcess::Ptr RVProcess::processWithPID(pid_t pid)
 {
+    installNotifications();
     const auto psn = table().processForPID(pid);
     return psn ? processWithSerialNumber(*psn) : nullptr;
 }
 
 RVProcess::Ptr RVProcess::processWithSignature(RVOSType signature)
 {
+    installNotifications();
     RVSerialNumber psn = kRVNoProcess;
     while (const auto next = table().nextProcess(psn)) {
         psn = *next;
@@ -133,6 +153,7 @@ RVProcess::Ptr RVProcess::processWithSignature(RVOSType signature)
 
 RVProcess::Ptr RVProcess::processWithIdentifier(const QString& identifier)
 {
+    installNotifications();
     for (const Ptr& process : allProcesses()) {
         if (process->identifier() == identifier)
             return process;

@@ -21,6 +21,12 @@ extern const QString RVPlatformCarbon;
 extern const QString RVPlatformJava;
 extern const QString RVPlatformClassic;
 
+// Posted when the main loop is idle. Object: RVProcess::classObject(); user information
+// "change": "started", "ended", "front", or "" for any other event.
+extern const QString RVProcessChangeNotification;
+// Object: the RVProcess whose interface event it is; user information "element" and "event".
+extern const QString RVProcessUINotification;
+
 // One running application. Objects come only from the class look-ups, which go through a
 // process-wide cache (most recently used first), so a process has at most one live object.
 class RVProcess
@@ -42,6 +48,17 @@ public:
     static void cleanupCache();
     static std::vector<Ptr> cachedProcesses();
     static void resetCacheForTesting();
+
+    // Application events (RVProcessNotifications.cpp)
+    static void installNotifications();
+    static void applicationStarted();
+    static void applicationEnded();
+    static std::uint64_t applicationLaunchEndCount();
+    // The cache in its current order; empty when no process was ever cached.
+    static std::optional<std::vector<Ptr>> cachedProcessesEnumerator();
+    // Stands for the class as the object of RVProcessChangeNotification.
+    static const void* classObject();
+    static void resetNotificationsForTesting();
 
     bool getProcessInfo();
     RVSerialNumber serialNumber() const { return m_psn; }
@@ -112,6 +129,10 @@ private:
     int m_classicStatus = 0;
     std::optional<QVariantMap> m_customInfo;
 };
+
+// The application-event handler: runs the effect of launches (5) and ends (6) and enqueues
+// RVProcessChangeNotification. Always answers 0 (no error).
+int ApplicationStartEndHandler(RVOSType eventClass, std::uint32_t kind);
 
 // Seconds since the epoch at which pid started; 0.0 when unknown.
 double proc_start_time(pid_t pid);

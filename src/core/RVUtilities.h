@@ -58,6 +58,30 @@ public:
     // Hands path to the system's opener and returns at once.
     static void openFile(const QString& path);
 
-    // Forgets the cached decimal system version (tests change the facts under it).
+    // Where and how the program was started, and the user's display (RVUtilitiesProbes.cpp)
+    static bool runningFromDistributionDisk();
+    static bool installationMode();
+    static QString resolvedAlias(const QString& path);
+    static bool wasLaunchedByProcess(const QString& creator);
+    static bool wasLaunchedAsLoginItem();
+    static QString fileSystemTypeFor(const QString& path);
+    // Seconds since the last user input; -1.0 when the system cannot tell.
+    static float idleTime();
+    static bool darkMenuTheme();
+    // Whether another application hides the menu bar (its window is full screen).
+    static bool fullScreenMode();
+    static bool displayIsZoomed();
+    // The path of the bundle's tint image for the appearance; null when it has none.
+    static QString systemTintImage();
+    static bool debugging();
+    // Brings the companion Micro.app to the front for a moment, then the previous front
+    // process back. Blocks for up to about a second.
+    static void launchMicro(bool skipEarlyRestore);
+
+    // Forgets the cached decimal system version and the menu bar monitor (tests change the
+    // facts under them).
     static void resetCachesForTesting();
+
+private:
+    static void resetMenuBarMonitor();
 };

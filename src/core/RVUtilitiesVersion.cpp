@@ -230,4 +230,5 @@ bool RVUtilities::sierraOrNewer() { return appKitAtLeast(1490); }
 void RVUtilities::resetCachesForTesting()
 {
     g_decimalSystemVersion.store(0);
+    resetMenuBarMonitor();
 }

@@ -2,7 +2,9 @@
 
 #include "RVAudioModule.h"
 #include "RVBundle.h"
+#include "RVLinuxApplicationEvents.h"
 #include "RVLinuxClock.h"
+#include "RVLinuxLaunchEnvironment.h"
 #include "RVLinuxFileManager.h"
 #include "RVLinuxLauncher.h"
 #include "RVLinuxSystemFacts.h"
@@ -45,16 +47,19 @@ void RVLinuxPlatform::install(const QStringList& arguments)
 {
     auto launcher = std::make_shared<RVLinuxLauncher>();
     auto facts = std::make_shared<RVLinuxSystemFacts>(arguments);
+    auto processTable = std::make_shared<RVProcTable>();
     const QString audioModule = RVAudioModule::pathInBundleOf(facts->executablePath());
     RVPlatform::install({.systemFacts = std::move(facts),
                          .launcher = launcher,
                          .clock = std::make_shared<RVLinuxClock>(),
-                         .processTable = std::make_shared<RVProcTable>(),
+                         .processTable = processTable,
                          .windowSystem = std::make_shared<RVX11WindowSystem>(),
                          .fileManager = std::make_shared<RVLinuxFileManager>(),
                          .workspace = std::make_shared<RVLinuxWorkspace>(launcher, applicationsFolder()),
                          .authorization = std::make_shared<RVPkexecAuthorization>(pkexecPath()),
-                         .audio = std::make_shared<RVAudioModule>(audioModule)});
+                         .audio = std::make_shared<RVAudioModule>(audioModule),
+                         .applicationEvents = std::make_shared<RVLinuxApplicationEvents>(processTable),
+                         .launchEnvironment = std::make_shared<RVLinuxLaunchEnvironment>(processTable)});
     // The own domain is the bundle identifier, which needs the facts installed first.
     const auto main = RVBundle::mainBundle();
     QString domain = main ? main->bundleIdentifier() : QString();

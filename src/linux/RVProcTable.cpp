@@ -130,6 +130,22 @@ std::optional<RVSerialNumber> RVProcTable::currentProcess()
     return processForPID(m_ownPid);
 }
 
+std::vector<pid_t> RVProcTable::listPids(const QString& procRoot)
+{
+    std::vector<pid_t> pids;
+    if (DIR* dir = ::opendir(QFile::encodeName(procRoot).constData())) {
+        while (const dirent* entry = ::readdir(dir)) {
+            char* end = nullptr;
+            const long pid = std::strtol(entry->d_name, &end, 10);
+            if (pid > 0 && *end == '\0')
+                pids.push_back(pid_t(pid));
+        }
+        ::closedir(dir);
+    }
+    std::sort(pids.begin(), pids.end());
+    return pids;
+}
+
 std::optional<RVSerialNumber> RVProcTable::nextProcess(RVSerialNumber previous)
 {
     std::vector<pid_t> pids;
@@ -137,17 +153,7 @@ std::optional<RVSerialNumber> RVProcTable::nextProcess(RVSerialNumber previous)
         std::lock_guard lock(m_mutex);
         if (previous.low == 0 || m_enumeration.empty()) {
             // A new enumeration: one listing of /proc serves all its steps.
-            m_enumeration.clear();
-            if (DIR* dir = ::opendir(QFile::encodeName(m_procRoot).constData())) {
-                while (const dirent* entry = ::readdir(dir)) {
-                    char* end = nullptr;
-                    const long pid = std::strtol(entry->d_name, &end, 10);
-                    if (pid > 0 && *end == '\0')
-                        m_enumeration.push_back(pid_t(pid));
-                }
-                ::closedir(dir);
-            }
-            std::sort(m_enumeration.begin(), m_enumeration.end());
+            m_enumeration = listPids(m_procRoot);
         }
         pids = m_enumeration;
     }

@@ -42,6 +42,8 @@ public:
         unsigned long long startTicks = 0;
     };
     static std::optional<Stat> parseStat(const QByteArray& text);
+    // Every process id under procRoot, ascending.
+    static std::vector<pid_t> listPids(const QString& procRoot = QStringLiteral("/proc"));
 
 private:
     struct Bundle

@@ -52,11 +52,20 @@ std::optional<RVBundle> RVBundle::mainBundle()
         return std::nullopt;
     std::lock_guard lock(mutex);
     if (cachedFor != executable) {
-        const QString app = enclosingAppFolder(QFileInfo(executable).absolutePath());
-        cached = bundleWithPath(app.isNull() ? QFileInfo(executable).absolutePath() : app);
+        cached = bundleWithPath(mainBundlePath());
         cachedFor = executable;
     }
     return cached;
+}
+
+QString RVBundle::mainBundlePath()
+{
+    const QString executable = RVPlatform::current().systemFacts().executablePath();
+    if (executable.isEmpty())
+        return {};
+    const QString folder = QFileInfo(executable).absolutePath();
+    const QString app = enclosingAppFolder(folder);
+    return app.isNull() ? folder : app;
 }
 
 QString RVBundle::enclosingAppFolder(const QString& path)

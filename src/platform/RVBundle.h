@@ -18,6 +18,8 @@ public:
 
     // The .app that holds the running executable, else the executable's folder.
     static std::optional<RVBundle> mainBundle();
+    // Where the main bundle is, worked out from the executable alone (nothing is read).
+    static QString mainBundlePath();
     // Empty when path is not an existing folder.
     static std::optional<RVBundle> bundleWithPath(const QString& path);
 

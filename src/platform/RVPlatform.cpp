@@ -31,4 +31,6 @@ void RVPlatform::install(Services services)
     replaceIfSet(s.workspace, services.workspace);
     replaceIfSet(s.authorization, services.authorization);
     replaceIfSet(s.audio, services.audio);
+    replaceIfSet(s.applicationEvents, services.applicationEvents);
+    replaceIfSet(s.launchEnvironment, services.launchEnvironment);
 }

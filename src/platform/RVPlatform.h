@@ -1,9 +1,11 @@
 #pragma once
 
+#include "RVApplicationEvents.h"
 #include "RVAudio.h"
 #include "RVAuthorization.h"
 #include "RVClock.h"
 #include "RVFileManager.h"
+#include "RVLaunchEnvironment.h"
 #include "RVLauncher.h"
 #include "RVProcessTable.h"
 #include "RVSystemFacts.h"
@@ -32,6 +34,8 @@ public:
         std::shared_ptr<RVWorkspace> workspace = nullptr;
         std::shared_ptr<RVAuthorization> authorization = nullptr;
         std::shared_ptr<RVAudio> audio = nullptr;
+        std::shared_ptr<RVApplicationEvents> applicationEvents = nullptr;
+        std::shared_ptr<RVLaunchEnvironment> launchEnvironment = nullptr;
     };
     // Replaces the services whose pointers are set and keeps the others.
     static void install(Services services);
@@ -46,6 +50,8 @@ public:
     RVWorkspace& workspace() const { return *m_services.workspace; }
     RVAuthorization& authorization() const { return *m_services.authorization; }
     RVAudio& audio() const { return *m_services.audio; }
+    RVApplicationEvents& applicationEvents() const { return *m_services.applicationEvents; }
+    RVLaunchEnvironment& launchEnvironment() const { return *m_services.launchEnvironment; }
 
     const Services& services() const { return m_services; }
 

@@ -7,6 +7,7 @@
 #include "RVPlatform.h"
 
 #include <QHash>
+#include <QMap>
 #include <QSet>
 #include <QStringList>
 
@@ -73,6 +74,56 @@ public:
     }
 };
 
+// Application events fired by the test.
+class FakeApplicationEvents : public RVApplicationEvents
+{
+public:
+    int applicationWatches = 0;
+    int menuBarWatches = 0;
+    bool menuBarWatchSucceeds = true;
+    Handler applications;
+    Handler menuBar;
+
+    bool watchApplications(Handler handler) override
+    {
+        ++applicationWatches;
+        applications = std::move(handler);
+        return true;
+    }
+    bool watchMenuBar(Handler handler) override
+    {
+        ++menuBarWatches;
+        menuBar = std::move(handler);
+        return menuBarWatchSucceeds;
+    }
+};
+
+class FakeLaunchEnvironment : public RVLaunchEnvironment
+{
+public:
+    QString creator;
+    FileSystemInfo fileSystem;
+    QStringList fileSystemQueries;
+    std::optional<std::uint64_t> idle;
+    int tint = 1;
+    bool traced = false;
+    QMap<QString, QString> links;
+
+    QString launcherCreator() override { return creator; }
+    FileSystemInfo fileSystemInfo(const QString& path) override
+    {
+        fileSystemQueries << path;
+        return fileSystem;
+    }
+    std::optional<std::uint64_t> idleNanoseconds() override { return idle; }
+    int controlTint() override { return tint; }
+    bool isTraced() override { return traced; }
+    std::optional<QString> aliasTarget(const QString& path) override
+    {
+        return links.contains(path) ? std::optional<QString>(links.value(path)) : std::nullopt;
+    }
+};
+
 // Installs fresh fakes for the duration of a test and puts the previous services back.
 class FakePlatform
 {
@@ -85,10 +136,12 @@ public:
           windowSystem(std::make_shared<FakeWindowSystem>()),
           fileManager(std::make_shared<FakeFileManager>()), workspace(std::make_shared<FakeWorkspace>()),
           authorization(std::make_shared<FakeAuthorization>()), audio(std::make_shared<FakeAudio>()),
+          applicationEvents(std::make_shared<FakeApplicationEvents>()),
+          launchEnvironment(std::make_shared<FakeLaunchEnvironment>()),
           m_saved(RVPlatform::current().services())
     {
         RVPlatform::install({facts, defaults, launcher, clock, processTable, windowSystem, fileManager,
-                             workspace, authorization, audio});
+                             workspace, authorization, audio, applicationEvents, launchEnvironment});
     }
     ~FakePlatform() { RVPlatform::install(m_saved); }
 
@@ -102,6 +155,8 @@ public:
     std::shared_ptr<FakeWorkspace> workspace;
     std::shared_ptr<FakeAuthorization> authorization;
     std::shared_ptr<FakeAudio> audio;
+    std::shared_ptr<FakeApplicationEvents> applicationEvents;
+    std::shared_ptr<FakeLaunchEnvironment> launchEnvironment;
 
 private:
     RVPlatform::Services m_saved;

@@ -1,0 +1,146 @@
+#include "RVX11ActiveWindowWatcher.h"
+
+#include <QSocketNotifier>
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+xcb_atom_t intern(xcb_connection_t* connection, const char* name)
+{
+    xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 0, uint16_t(std::strlen(name)), name), nullptr);
+    const xcb_atom_t atom = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+    free(reply);
+    return atom;
+}
+
+// The 32-bit values of a window property; empty when it is missing.
+std::vector<std::uint32_t> cardinals(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property)
+{
+    std::vector<std::uint32_t> values;
+    xcb_get_property_reply_t* reply = xcb_get_property_reply(
+        connection, xcb_get_property(connection, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 64), nullptr);
+    if (reply && reply->format == 32) {
+        const auto* data = static_cast<const std::uint32_t*>(xcb_get_property_value(reply));
+        values.assign(data, data + xcb_get_property_value_length(reply) / 4);
+    }
+    free(reply);
+    return values;
+}
+
+void watchProperties(xcb_connection_t* connection, xcb_window_t window, bool watch)
+{
+    const std::uint32_t mask = watch ? XCB_EVENT_MASK_PROPERTY_CHANGE : XCB_EVENT_MASK_NO_EVENT;
+    xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, &mask);
+}
+
+} // namespace
+
+RVX11ActiveWindowWatcher::RVX11ActiveWindowWatcher(QObject* parent) : QObject(parent) {}
+
+RVX11ActiveWindowWatcher::~RVX11ActiveWindowWatcher()
+{
+    if (m_connection)
+        xcb_disconnect(m_connection);
+}
+
+bool RVX11ActiveWindowWatcher::start()
+{
+    if (m_connection)
+        return true;
+    if (!std::getenv("DISPLAY"))
+        return false;
+    int screenNumber = 0;
+    xcb_connection_t* connection = xcb_connect(nullptr, &screenNumber);
+    if (xcb_connection_has_error(connection)) {
+        xcb_disconnect(connection);
+        return false;
+    }
+    m_connection = connection;
+    xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    for (int i = 0; i < screenNumber && screens.rem; ++i)
+        xcb_screen_next(&screens);
+    m_root = screens.data->root;
+    m_activeAtom = intern(connection, "_NET_ACTIVE_WINDOW");
+    m_stateAtom = intern(connection, "_NET_WM_STATE");
+    m_fullScreenAtom = intern(connection, "_NET_WM_STATE_FULLSCREEN");
+    m_pidAtom = intern(connection, "_NET_WM_PID");
+    watchProperties(connection, m_root, true);
+    followActiveWindow();
+    m_frontPid.reset();
+    const auto pids = cardinals(connection, m_activeWindow, m_pidAtom);
+    if (m_activeWindow && !pids.empty())
+        m_frontPid = pid_t(pids.front());
+    m_fullScreen = activeWindowIsFullScreen();
+    xcb_flush(connection);
+    m_notifier = new QSocketNotifier(xcb_get_file_descriptor(connection), QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &RVX11ActiveWindowWatcher::readEvents);
+    return true;
+}
+
+// Moves the property watch to the window that is active now.
+void RVX11ActiveWindowWatcher::followActiveWindow()
+{
+    const auto active = cardinals(m_connection, m_root, m_activeAtom);
+    const xcb_window_t window = active.empty() ? xcb_window_t(XCB_WINDOW_NONE) : active.front();
+    if (window == m_activeWindow)
+        return;
+    if (m_activeWindow)
+        watchProperties(m_connection, m_activeWindow, false);
+    m_activeWindow = window;
+    if (window)
+        watchProperties(m_connection, window, true);
+}
+
+bool RVX11ActiveWindowWatcher::activeWindowIsFullScreen()
+{
+    if (!m_activeWindow)
+        return false;
+    for (const std::uint32_t state : cardinals(m_connection, m_activeWindow, m_stateAtom))
+        if (state == m_fullScreenAtom)
+            return true;
+    return false;
+}
+
+void RVX11ActiveWindowWatcher::readEvents()
+{
+    bool activeChanged = false;
+    bool stateChanged = false;
+    while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
+        if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY) {
+            const auto* notify = reinterpret_cast<xcb_property_notify_event_t*>(event);
+            activeChanged |= notify->window == m_root && notify->atom == m_activeAtom;
+            stateChanged |= notify->window == m_activeWindow && notify->atom == m_stateAtom;
+        }
+        free(event);
+    }
+    if (xcb_connection_has_error(m_connection)) {
+        m_notifier->setEnabled(false); // the display went away; nothing more will come
+        return;
+    }
+    if (activeChanged) {
+        followActiveWindow();
+        std::optional<pid_t> pid;
+        const auto pids = m_activeWindow ? cardinals(m_connection, m_activeWindow, m_pidAtom)
+                                         : std::vector<std::uint32_t>{};
+        if (!pids.empty())
+            pid = pid_t(pids.front());
+        if (pid != m_frontPid) {
+            m_frontPid = pid;
+            emit frontProcessChanged(pid);
+        }
+    }
+    if (activeChanged || stateChanged) {
+        const bool fullScreen = activeWindowIsFullScreen();
+        if (fullScreen != m_fullScreen) {
+            m_fullScreen = fullScreen;
+            emit fullScreenChanged(fullScreen);
+        }
+    }
+    xcb_flush(m_connection);
+}

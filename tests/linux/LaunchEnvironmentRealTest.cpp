@@ -1,0 +1,137 @@
+#include "FakePlatform.h"
+#include "RVLinuxApplicationEvents.h"
+#include "RVLinuxLaunchEnvironment.h"
+#include "RVNotificationCenter.h"
+#include "RVProcTable.h"
+#include "RVProcess.h"
+#include "RVUtilities.h"
+#include "TempDir.h"
+#include "TestApplication.h"
+#include "TestApps.h"
+#include "TmpfsMount.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(LinuxLaunchEnvironment, TheDeepestAndLatestMountHoldsAPath)
+{
+    const QByteArray table = "22 1 8:1 / / rw - ext4 /dev/sda1 rw\n"
+                             "30 22 0:25 / /run rw - tmpfs tmpfs rw\n"
+                             "31 22 0:26 / /home rw - btrfs /dev/sda2 rw\n"
+                             "32 31 0:27 / /home/u/My\\040Disk rw shared:1 - vfat /dev/sdb1 rw\n"
+                             "33 30 0:28 / /run rw - ramfs none rw\n"
+                             "garbage line\n";
+    struct Case
+    {
+        const char* path;
+        const char* type;
+    } cases[] = {
+        {"/", "ext4"},
+        {"/etc/passwd", "ext4"},
+        {"/run/lock", "ramfs"}, // mounted over the tmpfs
+        {"/running", "ext4"},   // a prefix of the name is not the folder
+        {"/home/u/My Disk/a", "vfat"},
+        {"/home/u/My", "btrfs"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(RVLinuxLaunchEnvironment::mountTypeFor(QString::fromUtf8(c.path), table), QString::fromLatin1(c.type))
+            << c.path;
+}
+
+TEST(LinuxLaunchEnvironment, ATmpfsMountIsNamedTmpfs)
+{
+    TempDir tmp;
+    const QString folder = tmp.mkdir(QStringLiteral("mnt"));
+    TmpfsMount mount(folder, "size=1m");
+    ASSERT_TRUE(mount.mounted()) << "needs root to mount";
+    FakePlatform platform;
+    platform.launchEnvironment.reset();
+    RVPlatform::install({.launchEnvironment = std::make_shared<RVLinuxLaunchEnvironment>(platform.processTable)});
+    EXPECT_EQ(RVUtilities::fileSystemTypeFor(folder), QStringLiteral("tmpfs"));
+    EXPECT_NE(RVUtilities::fileSystemTypeFor(tmp.path()), QStringLiteral("tmpfs"));
+    EXPECT_EQ(RVUtilities::fileSystemTypeFor(folder + QStringLiteral("/missing")), QStringLiteral(""));
+}
+
+TEST(LinuxLaunchEnvironment, SymbolicLinksAreFollowedToTheEnd)
+{
+    TempDir tmp;
+    const QString target = tmp.write(QStringLiteral("target"), "x");
+    QFile::link(target, tmp.file(QStringLiteral("one")));
+    QFile::link(tmp.file(QStringLiteral("one")), tmp.file(QStringLiteral("two")));
+    QFile::link(tmp.file(QStringLiteral("gone")), tmp.file(QStringLiteral("broken")));
+    RVLinuxLaunchEnvironment environment(std::make_shared<RVProcTable>());
+    EXPECT_EQ(environment.aliasTarget(tmp.file(QStringLiteral("two"))), target);
+    EXPECT_EQ(environment.aliasTarget(target), std::nullopt);
+    EXPECT_EQ(environment.aliasTarget(tmp.file(QStringLiteral("broken"))), std::nullopt);
+}
+
+// Run in a child under strace by the test below; the answer is its exit status.
+TEST(LinuxLaunchEnvironment, TracedChild)
+{
+    if (!qEnvironmentVariableIsSet("RV_TRACED_CHILD"))
+        GTEST_SKIP() << "run by TracedOnlyUnderATracer";
+    RVLinuxLaunchEnvironment environment(std::make_shared<RVProcTable>());
+    EXPECT_TRUE(environment.isTraced());
+}
+
+TEST(LinuxLaunchEnvironment, TracedOnlyUnderATracer)
+{
+    RVLinuxLaunchEnvironment environment(std::make_shared<RVProcTable>());
+    EXPECT_FALSE(environment.isTraced());
+    QProcess strace;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("RV_TRACED_CHILD"), QStringLiteral("1"));
+    strace.setProcessEnvironment(env);
+    strace.start(QStringLiteral("strace"), {QStringLiteral("-f"), QStringLiteral("-o"), QStringLiteral("/dev/null"),
+                                           QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath(),
+                                           QStringLiteral("--gtest_filter=LinuxLaunchEnvironment.TracedChild")});
+    ASSERT_TRUE(strace.waitForFinished(30000));
+    const QByteArray output = strace.readAllStandardOutput();
+    EXPECT_EQ(strace.exitCode(), 0) << output.toStdString();
+    EXPECT_TRUE(output.contains("[       OK ] LinuxLaunchEnvironment.TracedChild")) << output.toStdString();
+}
+
+// A bundle process started and ended for real reaches an observer of the process
+// notifications through the /proc watcher, the handler and the idle queue.
+TEST(LinuxApplicationEvents, ALaunchedAndAnEndedBundleProcessReachAnObserver)
+{
+    TestApplication app;
+    TempDir tmp;
+    const QString bundle = makeTestBundle(tmp.path(), {.name = QStringLiteral("Watched")});
+    FakePlatform platform;
+    auto table = std::make_shared<RVProcTable>();
+    auto events = std::make_shared<RVLinuxApplicationEvents>(table);
+    RVPlatform::install({.processTable = table, .applicationEvents = events});
+    RVProcess::resetCacheForTesting();
+    RVProcess::resetNotificationsForTesting();
+    QStringList heard;
+    const auto token = RVNotificationCenter::defaultCenter().addObserver(
+        RVProcessChangeNotification, RVProcess::classObject(),
+        [&](const RVNotification& n) { heard << n.userInfo.value(QStringLiteral("change")).toString(); });
+    RVProcess::installNotifications();
+    const auto waitFor = [&](const QString& change) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!heard.contains(change) && timer.elapsed() < 5000) {
+            QTimer::singleShot(20, [] { QCoreApplication::exit(0); });
+            QCoreApplication::exec();
+        }
+        return heard.contains(change);
+    };
+    const std::uint64_t before = RVProcess::applicationLaunchEndCount();
+    {
+        RunningApp running(bundle, QStringLiteral("testapp"));
+        EXPECT_TRUE(waitFor(QStringLiteral("started"))) << heard.join(u' ').toStdString();
+    }
+    EXPECT_TRUE(waitFor(QStringLiteral("ended"))) << heard.join(u' ').toStdString();
+    EXPECT_EQ(RVProcess::applicationLaunchEndCount(), before + 2);
+    RVNotificationCenter::defaultCenter().removeObserver(token);
+    RVProcess::resetNotificationsForTesting();
+}
+
+} // namespace
