@@ -12,7 +12,7 @@ packages=(
     libfontconfig-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-screensaver0-dev libxcb-xtest0-dev
     libgtest-dev libgmock-dev googletest
     xvfb xauth openbox xdotool x11-utils imagemagick
-    trash-cli policykit-1 desktop-file-utils util-linux procps strace gdb
+    trash-cli wmctrl policykit-1 desktop-file-utils util-linux procps strace gdb
     at-spi2-core libatspi2.0-dev
     pulseaudio pulseaudio-utils sox
 )

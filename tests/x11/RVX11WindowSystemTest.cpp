@@ -2,12 +2,18 @@
 #include "RVLinuxClock.h"
 #include "RVProcTable.h"
 #include "RVProcess.h"
+#include "RVLinuxApplicationEvents.h"
+#include "RVLinuxLaunchEnvironment.h"
+#include "RVNotificationCenter.h"
+#include "RVUtilities.h"
 #include "RVX11WindowSystem.h"
+#include "TestApplication.h"
 #include "TempDir.h"
 #include "TestApps.h"
 
 #include <QProcess>
 #include <QThread>
+#include <QTimer>
 
 #include <functional>
 
@@ -125,6 +131,62 @@ TEST_F(X11Test, ProcessWithoutWindowsHasNothingToClose)
     ASSERT_FALSE(running.waitForLine(QStringLiteral("ready")).isEmpty());
     EXPECT_EQ(windows->closeProcessWindows(running.pid()), RVWindowSystem::CloseResult::NoWindow);
     EXPECT_FALSE(windows->activateProcess(running.pid(), false));
+}
+
+// Turns the event loop until condition holds, for at most five seconds.
+bool eventuallyWithLoop(const std::function<bool()>& condition)
+{
+    for (int turn = 0; turn < 250 && !condition(); ++turn) {
+        QTimer::singleShot(20, [] { QCoreApplication::exit(0); });
+        QCoreApplication::exec();
+    }
+    return condition();
+}
+
+TEST_F(X11Test, FrontSwitchesAndFullScreenArriveAsEvents)
+{
+    TestApplication app;
+    QString windowA, windowB;
+    auto a = windowApp(QStringLiteral("Front"), windowA);
+    auto b = windowApp(QStringLiteral("Back"), windowB);
+    auto events = std::make_shared<RVLinuxApplicationEvents>(RVPlatform::current().services().processTable);
+    RVPlatform::install({.applicationEvents = events});
+    RVProcess::resetNotificationsForTesting();
+    RVUtilities::resetCachesForTesting();
+    QStringList heard;
+    const auto token = RVNotificationCenter::defaultCenter().addObserver(
+        RVProcessChangeNotification, nullptr,
+        [&](const RVNotification& n) { heard << n.userInfo.value(QStringLiteral("change")).toString(); });
+    RVProcess::installNotifications();
+    EXPECT_FALSE(RVUtilities::fullScreenMode());
+
+    RVProcess::processWithPID(a->pid())->setFrontProcess();
+    EXPECT_TRUE(eventuallyWithLoop([&] { return heard.contains(QStringLiteral("front")); })) << heard.join(u' ').toStdString();
+
+    QProcess::execute(QStringLiteral("wmctrl"), {QStringLiteral("-i"), QStringLiteral("-r"), windowA,
+                                                 QStringLiteral("-b"), QStringLiteral("add,fullscreen")});
+    EXPECT_TRUE(eventuallyWithLoop([] { return RVUtilities::fullScreenMode(); }))
+        << property(windowA, QStringLiteral("_NET_WM_STATE")).toStdString();
+    QProcess::execute(QStringLiteral("wmctrl"), {QStringLiteral("-i"), QStringLiteral("-r"), windowA,
+                                                 QStringLiteral("-b"), QStringLiteral("remove,fullscreen")});
+    EXPECT_TRUE(eventuallyWithLoop([] { return !RVUtilities::fullScreenMode(); }));
+    RVNotificationCenter::defaultCenter().removeObserver(token);
+    RVProcess::resetNotificationsForTesting();
+    RVUtilities::resetCachesForTesting();
+}
+
+TEST_F(X11Test, IdleTimeGrowsAndAKeyPressResetsIt)
+{
+    RVPlatform::install({.launchEnvironment = std::make_shared<RVLinuxLaunchEnvironment>(
+                             RVPlatform::current().services().processTable)});
+    QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("shift")});
+    const float first = RVUtilities::idleTime();
+    ASSERT_GE(first, 0.0f) << "no screensaver extension";
+    QThread::msleep(400);
+    const float later = RVUtilities::idleTime();
+    EXPECT_GE(later - first, 0.3f) << first << " then " << later;
+    QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("shift")});
+    EXPECT_LT(RVUtilities::idleTime(), later - 0.2f);
 }
 
 TEST(X11WithoutDisplay, AnswersNeutralValues)
