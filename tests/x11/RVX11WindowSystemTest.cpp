@@ -1,5 +1,7 @@
 #include "FakePlatform.h"
 #include "RVLinuxClock.h"
+#include "RVLinuxLauncher.h"
+#include "RVLinuxWorkspace.h"
 #include "RVProcTable.h"
 #include "RVProcess.h"
 #include "RVLinuxApplicationEvents.h"
@@ -11,6 +13,7 @@
 #include "TempDir.h"
 #include "TestApps.h"
 
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QThread>
 #include <QTimer>
@@ -187,6 +190,24 @@ TEST_F(X11Test, IdleTimeGrowsAndAKeyPressResetsIt)
     EXPECT_GE(later - first, 0.3f) << first << " then " << later;
     QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("shift")});
     EXPECT_LT(RVUtilities::idleTime(), later - 0.2f);
+}
+
+TEST_F(X11Test, MicroTakesTheFrontForAMomentAndGivesItBack)
+{
+    QString window;
+    auto keeper = windowApp(QStringLiteral("Keeper"), window);
+    platform.facts->executable = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/MacOS/VelmoraInstaller");
+    auto launcher = std::make_shared<RVLinuxLauncher>();
+    RVPlatform::install({.launcher = launcher, .workspace = std::make_shared<RVLinuxWorkspace>(launcher, tmp.path())});
+    RVUtilities::resetCachesForTesting();
+    QElapsedTimer timer;
+    timer.start();
+    RVUtilities::launchMicro(false);
+    const qint64 took = timer.elapsed();
+    EXPECT_EQ(windows->activeWindowProcess(), keeper->pid());
+    // Had Micro never taken the front, the first wait alone would have lasted half a second.
+    EXPECT_LT(took, 500);
+    RVUtilities::resetCachesForTesting();
 }
 
 TEST(X11WithoutDisplay, AnswersNeutralValues)
