@@ -4,7 +4,6 @@
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
-#include <time.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
 
@@ -50,8 +49,7 @@ int main(void)
                    (const char*)&message);
     xcb_flush(c);
 
-    const struct timespec moment = {1, 0};
-    nanosleep(&moment, NULL);
+    sleep(1);
     xcb_disconnect(c);
     return 0;
 }

@@ -1,5 +1,7 @@
 #include "RVX11ActiveWindowWatcher.h"
 
+#include "RVX11Connection.h"
+
 #include <QSocketNotifier>
 
 #include <xcb/xcb.h>
@@ -9,15 +11,6 @@
 #include <vector>
 
 namespace {
-
-xcb_atom_t intern(xcb_connection_t* connection, const char* name)
-{
-    xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, uint16_t(std::strlen(name)), name), nullptr);
-    const xcb_atom_t atom = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-    free(reply);
-    return atom;
-}
 
 // The 32-bit values of a window property; empty when it is missing.
 std::vector<std::uint32_t> cardinals(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property)
@@ -66,10 +59,10 @@ bool RVX11ActiveWindowWatcher::start()
     for (int i = 0; i < screenNumber && screens.rem; ++i)
         xcb_screen_next(&screens);
     m_root = screens.data->root;
-    m_activeAtom = intern(connection, "_NET_ACTIVE_WINDOW");
-    m_stateAtom = intern(connection, "_NET_WM_STATE");
-    m_fullScreenAtom = intern(connection, "_NET_WM_STATE_FULLSCREEN");
-    m_pidAtom = intern(connection, "_NET_WM_PID");
+    m_activeAtom = RVX11Connection::internAtom(connection, "_NET_ACTIVE_WINDOW");
+    m_stateAtom = RVX11Connection::internAtom(connection, "_NET_WM_STATE");
+    m_fullScreenAtom = RVX11Connection::internAtom(connection, "_NET_WM_STATE_FULLSCREEN");
+    m_pidAtom = RVX11Connection::internAtom(connection, "_NET_WM_PID");
     watchProperties(connection, m_root, true);
     followActiveWindow();
     m_frontPid.reset();

@@ -107,10 +107,10 @@ std::optional<xcb_window_t> RVX11Connection::activeWindow()
     return active;
 }
 
-xcb_atom_t RVX11Connection::atom(const char* name)
+xcb_atom_t RVX11Connection::internAtom(xcb_connection_t* connection, const char* name)
 {
     xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
-        m_connection, xcb_intern_atom(m_connection, 0, uint16_t(strlen(name)), name), nullptr);
+        connection, xcb_intern_atom(connection, 0, uint16_t(strlen(name)), name), nullptr);
     const xcb_atom_t atom = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
     free(reply);
     return atom;

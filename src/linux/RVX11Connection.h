@@ -46,7 +46,9 @@ public:
     // The process's managed windows, bottom to top.
     std::vector<xcb_window_t> windowsOf(pid_t pid);
     std::optional<xcb_window_t> activeWindow();
-    xcb_atom_t atom(const char* name);
+    xcb_atom_t atom(const char* name) { return internAtom(m_connection, name); }
+    // The atom of name on any connection; XCB_ATOM_NONE when the server does not answer.
+    static xcb_atom_t internAtom(xcb_connection_t* connection, const char* name);
     // The server's current time: window managers weigh activation requests by their
     // timestamp and may ignore one without.
     xcb_timestamp_t serverTime();
