@@ -27,6 +27,11 @@ RVProcess::RVProcess(RVSerialNumber psn) : m_psn(psn)
     installNotifications();
 }
 
+RVProcess::~RVProcess()
+{
+    unregisterAXNotifications();
+}
+
 qsizetype RVProcess::indexOfCachedProcessWithSerialNumber(RVSerialNumber psn)
 {
     std::lock_guard lock(g_cacheMutex);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RVCoreOnly.h"
+#include "RVAccessibility.h"
 #include "RVBundle.h"
 #include "RVFourCharCode.h"
 #include "RVProcessTable.h"
@@ -60,6 +61,13 @@ public:
     static const void* classObject();
     static void resetNotificationsForTesting();
 
+    // Interface events of this process (RVProcessNotifications.cpp). The observer delivers on
+    // the thread that made it, which must also be the one that unregisters.
+    void installAXObserver();
+    void addAXNotification(const QString& name);
+    void removeAXNotification(const QString& name);
+    void unregisterAXNotifications();
+
     bool getProcessInfo();
     RVSerialNumber serialNumber() const { return m_psn; }
     pid_t unixPID() const;
@@ -111,6 +119,9 @@ public:
     void temporarilySwitchOut();
 
     explicit RVProcess(RVSerialNumber psn); // for the cache only; use the look-ups
+    ~RVProcess();
+    RVProcess(const RVProcess&) = delete;
+    RVProcess& operator=(const RVProcess&) = delete;
 
 private:
 
@@ -128,11 +139,17 @@ private:
     int m_cocoaStatus = 0;
     int m_classicStatus = 0;
     std::optional<QVariantMap> m_customInfo;
+    std::optional<RVAccessibleElement> m_axAppElem;
+    std::unique_ptr<RVAccessibilityObserver> m_axObserver;
 };
 
 // The application-event handler: runs the effect of launches (5) and ends (6) and enqueues
 // RVProcessChangeNotification. Always answers 0 (no error).
 int ApplicationStartEndHandler(RVOSType eventClass, std::uint32_t kind);
+// The interface-event callback: enqueues RVProcessUINotification for the process that
+// registered, with the element ("" when none) and the notification's name.
+void notificationHandler(const std::optional<RVAccessibleElement>& element, const QString& name,
+                         RVProcess* process);
 
 // Seconds since the epoch at which pid started; 0.0 when unknown.
 double proc_start_time(pid_t pid);

@@ -1,5 +1,6 @@
 #include "RVProcess.h"
 
+#include "RVLog.h"
 #include "RVNotificationCenter.h"
 #include "RVPlatform.h"
 
@@ -70,4 +71,51 @@ int ApplicationStartEndHandler(RVOSType /*eventClass*/, std::uint32_t kind)
     RVNotificationQueue::defaultQueue().enqueueWhenIdle(
         {RVProcessChangeNotification, RVProcess::classObject(), {{QStringLiteral("change"), change}}});
     return 0;
+}
+
+void RVProcess::installAXObserver()
+{
+    if (m_axAppElem)
+        return;
+    const auto& accessibility = RVPlatform::current().services().accessibility;
+    if (accessibility)
+        m_axAppElem = accessibility->applicationElement(unixPID());
+    if (!m_axAppElem) {
+        RVLog(QStringLiteral("AX Notifications: Could not create application object for %@"), description());
+        return;
+    }
+    // A failed observer leaves the element set, so that no later call tries again.
+    m_axObserver = accessibility->createObserver(
+        *m_axAppElem, [this](const std::optional<RVAccessibleElement>& element, const QString& name) {
+            notificationHandler(element, name, this);
+        });
+    if (!m_axObserver)
+        RVLog(QStringLiteral("AX Notifications: Could not create observer for %@"), description());
+}
+
+void RVProcess::addAXNotification(const QString& name)
+{
+    installAXObserver();
+    if (!m_axObserver || !m_axObserver->addNotification(name))
+        RVLog(QStringLiteral("AX Notifications: Could not add notification %@ for %@"), name, description());
+}
+
+void RVProcess::removeAXNotification(const QString& name)
+{
+    if (m_axObserver)
+        m_axObserver->removeNotification(name);
+}
+
+void RVProcess::unregisterAXNotifications()
+{
+    m_axAppElem.reset();
+    m_axObserver.reset();
+}
+
+void notificationHandler(const std::optional<RVAccessibleElement>& element, const QString& name,
+                         RVProcess* process)
+{
+    const QVariant elementValue = element ? QVariant::fromValue(*element) : QVariant(QStringLiteral(""));
+    RVNotificationQueue::defaultQueue().enqueueWhenIdle(
+        {RVProcessUINotification, process, {{QStringLiteral("element"), elementValue}, {QStringLiteral("event"), name}}});
 }

@@ -1,5 +1,6 @@
 #include "RVLinuxPlatform.h"
 
+#include "RVAtspiAccessibility.h"
 #include "RVAudioModule.h"
 #include "RVBundle.h"
 #include "RVLinuxApplicationEvents.h"
@@ -59,7 +60,8 @@ void RVLinuxPlatform::install(const QStringList& arguments)
                          .authorization = std::make_shared<RVPkexecAuthorization>(pkexecPath()),
                          .audio = std::make_shared<RVAudioModule>(audioModule),
                          .applicationEvents = std::make_shared<RVLinuxApplicationEvents>(processTable),
-                         .launchEnvironment = std::make_shared<RVLinuxLaunchEnvironment>(processTable)});
+                         .launchEnvironment = std::make_shared<RVLinuxLaunchEnvironment>(processTable),
+                         .accessibility = std::make_shared<RVAtspiAccessibility>()});
     // The own domain is the bundle identifier, which needs the facts installed first.
     const auto main = RVBundle::mainBundle();
     QString domain = main ? main->bundleIdentifier() : QString();

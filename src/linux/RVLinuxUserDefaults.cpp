@@ -1,12 +1,15 @@
 #include "RVLinuxUserDefaults.h"
 
+#include "RVDesktopAppearance.h"
+
 #include <QDir>
 #include <QSettings>
 
 const QString RVLinuxUserDefaults::globalDomain = QStringLiteral("NSGlobalDomain");
 
-RVLinuxUserDefaults::RVLinuxUserDefaults(const QStringList& arguments, const QString& ownDomain)
-    : m_ownDomain(ownDomain)
+RVLinuxUserDefaults::RVLinuxUserDefaults(const QStringList& arguments, const QString& ownDomain,
+                                         DarkPreference prefersDark)
+    : m_ownDomain(ownDomain), m_desktopPrefersDark(prefersDark ? std::move(prefersDark) : desktopPrefersDark)
 {
     // Only a "-key" directly followed by a word that is not itself a key forms a pair.
     for (qsizetype i = 1; i + 1 < arguments.size(); ++i) {
@@ -40,6 +43,10 @@ QVariant RVLinuxUserDefaults::valueForKeyInDomain(const QString& key, const QStr
 {
     if (domain.isEmpty() || domain.contains(u'/'))
         return {};
+    if (domain == globalDomain && key == QStringLiteral("AppleInterfaceStyle")) {
+        if (const std::optional<bool> dark = m_desktopPrefersDark())
+            return *dark ? QVariant(QStringLiteral("Dark")) : QVariant();
+    }
     const QSettings settings(domainFilePath(domain), QSettings::IniFormat);
     return settings.value(key);
 }

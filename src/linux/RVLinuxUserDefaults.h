@@ -5,14 +5,21 @@
 #include <QHash>
 #include <QStringList>
 
+#include <functional>
 #include <mutex>
+#include <optional>
 
 // User defaults as INI files, one per domain: $XDG_CONFIG_HOME/<domain>.conf
 // (~/.config when unset). The argument domain is the command line's "-key value" pairs.
+// The global domain's "AppleInterfaceStyle" is the desktop's own: "Dark" when it prefers a
+// dark colour scheme, absent when it prefers none; its file is read only when the desktop
+// cannot tell.
 class RVLinuxUserDefaults : public RVUserDefaults
 {
 public:
-    RVLinuxUserDefaults(const QStringList& arguments, const QString& ownDomain);
+    using DarkPreference = std::function<std::optional<bool>()>;
+    RVLinuxUserDefaults(const QStringList& arguments, const QString& ownDomain,
+                        DarkPreference desktopPrefersDark = nullptr);
 
     QVariant valueForKey(const QString& key) const override;
     QVariant valueForKeyInDomain(const QString& key, const QString& domain) const override;
@@ -24,5 +31,6 @@ public:
 private:
     QHash<QString, QString> m_argumentDomain;
     QString m_ownDomain;
+    DarkPreference m_desktopPrefersDark;
     mutable std::mutex m_writeMutex;
 };

@@ -33,4 +33,5 @@ void RVPlatform::install(Services services)
     replaceIfSet(s.audio, services.audio);
     replaceIfSet(s.applicationEvents, services.applicationEvents);
     replaceIfSet(s.launchEnvironment, services.launchEnvironment);
+    replaceIfSet(s.accessibility, services.accessibility);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RVAccessibility.h"
 #include "RVApplicationEvents.h"
 #include "RVAudio.h"
 #include "RVAuthorization.h"
@@ -36,6 +37,7 @@ public:
         std::shared_ptr<RVAudio> audio = nullptr;
         std::shared_ptr<RVApplicationEvents> applicationEvents = nullptr;
         std::shared_ptr<RVLaunchEnvironment> launchEnvironment = nullptr;
+        std::shared_ptr<RVAccessibility> accessibility = nullptr;
     };
     // Replaces the services whose pointers are set and keeps the others.
     static void install(Services services);
@@ -52,6 +54,7 @@ public:
     RVAudio& audio() const { return *m_services.audio; }
     RVApplicationEvents& applicationEvents() const { return *m_services.applicationEvents; }
     RVLaunchEnvironment& launchEnvironment() const { return *m_services.launchEnvironment; }
+    RVAccessibility& accessibility() const { return *m_services.accessibility; }
 
     const Services& services() const { return m_services; }
 

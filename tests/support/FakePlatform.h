@@ -124,6 +124,53 @@ public:
     }
 };
 
+// Accessible applications by pid; observers record what they are asked and let the test fire.
+class FakeAccessibility : public RVAccessibility
+{
+public:
+    class Observer : public RVAccessibilityObserver
+    {
+    public:
+        Observer(FakeAccessibility& owner, Callback fire) : callback(std::move(fire)), m_owner(owner) {}
+        ~Observer() override { std::erase(m_owner.observers, this); }
+        bool addNotification(const QString& notification) override
+        {
+            if (m_owner.refusedNotifications.contains(notification))
+                return false;
+            notifications << notification;
+            return true;
+        }
+        void removeNotification(const QString& notification) override { notifications.removeAll(notification); }
+
+        QStringList notifications;
+        Callback callback;
+
+    private:
+        FakeAccessibility& m_owner;
+    };
+
+    QMap<pid_t, RVAccessibleElement> applications;
+    bool observersFail = false;
+    QSet<QString> refusedNotifications;
+    std::vector<Observer*> observers; // live ones
+    int elementRequests = 0;
+
+    std::optional<RVAccessibleElement> applicationElement(pid_t pid) override
+    {
+        ++elementRequests;
+        return applications.contains(pid) ? std::optional(applications.value(pid)) : std::nullopt;
+    }
+    std::unique_ptr<RVAccessibilityObserver> createObserver(const RVAccessibleElement& /*application*/,
+                                                            RVAccessibilityObserver::Callback callback) override
+    {
+        if (observersFail)
+            return nullptr;
+        auto observer = std::make_unique<Observer>(*this, std::move(callback));
+        observers.push_back(observer.get());
+        return observer;
+    }
+};
+
 // Installs fresh fakes for the duration of a test and puts the previous services back.
 class FakePlatform
 {
@@ -138,10 +185,10 @@ public:
           authorization(std::make_shared<FakeAuthorization>()), audio(std::make_shared<FakeAudio>()),
           applicationEvents(std::make_shared<FakeApplicationEvents>()),
           launchEnvironment(std::make_shared<FakeLaunchEnvironment>()),
-          m_saved(RVPlatform::current().services())
+          accessibility(std::make_shared<FakeAccessibility>()), m_saved(RVPlatform::current().services())
     {
         RVPlatform::install({facts, defaults, launcher, clock, processTable, windowSystem, fileManager,
-                             workspace, authorization, audio, applicationEvents, launchEnvironment});
+                             workspace, authorization, audio, applicationEvents, launchEnvironment, accessibility});
     }
     ~FakePlatform() { RVPlatform::install(m_saved); }
 
@@ -157,6 +204,7 @@ public:
     std::shared_ptr<FakeAudio> audio;
     std::shared_ptr<FakeApplicationEvents> applicationEvents;
     std::shared_ptr<FakeLaunchEnvironment> launchEnvironment;
+    std::shared_ptr<FakeAccessibility> accessibility;
 
 private:
     RVPlatform::Services m_saved;

@@ -21,6 +21,7 @@ struct TestBundle
     QString shortVersion = {};
     QString bundleVersion = {};
     QString displayName = {};
+    QString program = QStringLiteral(RV_TEST_APP); // copied in as the executable
 };
 
 inline QString xmlEscaped(const QString& text)
@@ -55,7 +56,7 @@ inline QString makeTestBundle(const QString& folder, const TestBundle& bundle)
     }
     const QString executable = app + QStringLiteral("/Contents/MacOS/") + bundle.executable;
     QFile::remove(executable);
-    QFile::copy(QStringLiteral(RV_TEST_APP), executable);
+    QFile::copy(bundle.program, executable);
     QFile::setPermissions(executable, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                           QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther |
                                           QFile::ExeOther);

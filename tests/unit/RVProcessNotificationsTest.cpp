@@ -105,4 +105,107 @@ TEST_F(ProcessNotificationsTest, ABurstOfEventsPostsOnceWithTheFirstChange)
     EXPECT_EQ(RVProcess::applicationLaunchEndCount(), 2u);
 }
 
+// The interface-event observer over a faked accessibility service: what each failure logs,
+// when the element is asked again, and what the callback posts.
+class ProcessUINotificationsTest : public ProcessNotificationsTest
+{
+protected:
+    ProcessUINotificationsTest()
+    {
+        platform.processTable->add(300, QStringLiteral("Gamma"), "GAMM");
+        process = RVProcess::processWithPID(300);
+        m_token = RVNotificationCenter::defaultCenter().addObserver(
+            RVProcessUINotification, process.get(), [this](const RVNotification& n) { posted << n.userInfo; });
+    }
+    ~ProcessUINotificationsTest() override { RVNotificationCenter::defaultCenter().removeObserver(m_token); }
+
+    const RVAccessibleElement application{QStringLiteral(":1.7"), QStringLiteral("/org/a11y/atspi/accessible/root")};
+    RVProcess::Ptr process;
+    QList<QVariantMap> posted;
+
+private:
+    RVNotificationCenter::Token m_token = 0;
+};
+
+TEST_F(ProcessUINotificationsTest, EachFailureLogsItsLineAndDecidesWhatIsTriedAgain)
+{
+    const QString who = QStringLiteral("Process \"Gamma\" (GAMM) 1.0");
+    const QString addLine = QStringLiteral("AX Notifications: Could not add notification AXWindowCreated for ") + who;
+    struct Case
+    {
+        const char* name;
+        bool onTheBus;
+        bool observerFails;
+        bool refused;
+        QStringList firstLog;
+        int elementRequestsAfterTwoAdds;
+    } cases[] = {
+        {"not on the bus", false, false, false,
+         {QStringLiteral("AX Notifications: Could not create application object for ") + who, addLine}, 2},
+        {"observer fails", true, true, false,
+         {QStringLiteral("AX Notifications: Could not create observer for ") + who, addLine}, 1},
+        {"notification refused", true, false, true, {addLine}, 1},
+        {"all well", true, false, false, {}, 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        process->unregisterAXNotifications();
+        platform.accessibility->applications.clear();
+        if (c.onTheBus)
+            platform.accessibility->applications.insert(300, application);
+        platform.accessibility->observersFail = c.observerFails;
+        platform.accessibility->refusedNotifications.clear();
+        if (c.refused)
+            platform.accessibility->refusedNotifications << QStringLiteral("AXWindowCreated");
+        platform.accessibility->elementRequests = 0;
+        {
+            LogCapture log;
+            process->addAXNotification(QStringLiteral("AXWindowCreated"));
+            EXPECT_EQ(log.lines(), c.firstLog);
+        }
+        LogCapture log;
+        process->addAXNotification(QStringLiteral("AXWindowCreated"));
+        // The add line comes back each time; the element is asked again only when it was never made.
+        EXPECT_EQ(log.lines().size(), c.firstLog.isEmpty() ? 0 : 1 + (c.onTheBus ? 0 : 1));
+        EXPECT_EQ(platform.accessibility->elementRequests, c.elementRequestsAfterTwoAdds);
+    }
+}
+
+TEST_F(ProcessUINotificationsTest, CallbacksPostTheElementAndTheEventAndTheObserverGoesWithTheProcess)
+{
+    platform.accessibility->applications.insert(300, application);
+    process->addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
+    process->addAXNotification(QStringLiteral("AXTitleChanged"));
+    ASSERT_EQ(platform.accessibility->observers.size(), 1u);
+    auto* observer = platform.accessibility->observers.front();
+    process->removeAXNotification(QStringLiteral("AXTitleChanged"));
+    EXPECT_EQ(observer->notifications, QStringList{QStringLiteral("AXFocusedWindowChanged")});
+
+    const RVAccessibleElement window{application.busName, QStringLiteral("/org/a11y/atspi/accessible/3")};
+    observer->callback(window, QStringLiteral("AXFocusedWindowChanged"));
+    letTheLoopIdle();
+    observer->callback(std::nullopt, QStringLiteral("AXFocusedWindowChanged"));
+    letTheLoopIdle();
+    ASSERT_EQ(posted.size(), 2);
+    EXPECT_EQ(posted[0].value(QStringLiteral("element")).value<RVAccessibleElement>(), window);
+    EXPECT_EQ(posted[0].value(QStringLiteral("event")).toString(), QStringLiteral("AXFocusedWindowChanged"));
+    EXPECT_EQ(posted[1].value(QStringLiteral("element")).toString(), QStringLiteral(""));
+    EXPECT_TRUE(posted[1].value(QStringLiteral("element")).canConvert<QString>());
+
+    RVProcess::resetCacheForTesting();
+    process.reset();
+    EXPECT_TRUE(platform.accessibility->observers.empty());
+}
+
+TEST_F(ProcessUINotificationsTest, AProcessWithoutObserverIsDestroyedQuietly)
+{
+    LogCapture log;
+    process->removeAXNotification(QStringLiteral("AXWindowCreated"));
+    process->unregisterAXNotifications();
+    RVProcess::resetCacheForTesting();
+    process.reset();
+    EXPECT_TRUE(log.lines().isEmpty());
+    EXPECT_EQ(platform.accessibility->elementRequests, 0);
+}
+
 } // namespace

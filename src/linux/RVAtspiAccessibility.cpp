@@ -1,0 +1,153 @@
+#include "RVAtspiAccessibility.h"
+
+#include "RVAtspiObserver.h"
+
+#include <QDBusArgument>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QHash>
+
+namespace {
+
+const QString kConnectionName = QStringLiteral("velmora-accessibility");
+constexpr int kCallTimeoutMs = 2000;
+
+// The usual interface-event names and the bus's event types that carry the same news.
+const QHash<QString, QString>& eventTypesByName()
+{
+    static const QHash<QString, QString> table{
+        {QStringLiteral("AXApplicationActivated"), QStringLiteral("window:activate")},
+        {QStringLiteral("AXApplicationDeactivated"), QStringLiteral("window:deactivate")},
+        {QStringLiteral("AXMainWindowChanged"), QStringLiteral("window:activate")},
+        {QStringLiteral("AXFocusedWindowChanged"), QStringLiteral("window:activate")},
+        {QStringLiteral("AXFocusedUIElementChanged"), QStringLiteral("object:state-changed:focused")},
+        {QStringLiteral("AXWindowCreated"), QStringLiteral("window:create")},
+        {QStringLiteral("AXUIElementDestroyed"), QStringLiteral("window:destroy")},
+        {QStringLiteral("AXWindowMiniaturized"), QStringLiteral("window:minimize")},
+        {QStringLiteral("AXWindowDeminiaturized"), QStringLiteral("window:restore")},
+        {QStringLiteral("AXWindowMoved"), QStringLiteral("window:move")},
+        {QStringLiteral("AXWindowResized"), QStringLiteral("window:resize")},
+        {QStringLiteral("AXTitleChanged"), QStringLiteral("object:property-change:accessible-name")},
+        {QStringLiteral("AXValueChanged"), QStringLiteral("object:property-change:accessible-value")},
+        {QStringLiteral("AXSelectedChildrenChanged"), QStringLiteral("object:selection-changed")},
+        {QStringLiteral("AXSelectedTextChanged"), QStringLiteral("object:text-selection-changed")},
+    };
+    return table;
+}
+
+QString accessibilityBusAddress()
+{
+    const QString fromEnvironment = qEnvironmentVariable("AT_SPI_BUS_ADDRESS");
+    if (!fromEnvironment.isEmpty())
+        return fromEnvironment;
+    const QDBusConnection session = QDBusConnection::sessionBus();
+    if (!session.isConnected())
+        return {};
+    const QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"), QStringLiteral("org.a11y.Bus"),
+        QStringLiteral("GetAddress"));
+    const QDBusReply<QString> reply = session.call(call, QDBus::Block, kCallTimeoutMs);
+    return reply.isValid() ? reply.value() : QString();
+}
+
+} // namespace
+
+RVAtspiAccessibility::~RVAtspiAccessibility()
+{
+    if (m_bus)
+        QDBusConnection::disconnectFromBus(kConnectionName);
+}
+
+QString RVAtspiAccessibility::eventTypeFor(const QString& notification)
+{
+    const QString mapped = eventTypesByName().value(notification);
+    if (!mapped.isEmpty())
+        return mapped;
+    // "class:kind[:detail]", as in "window:activate" or "focus:".
+    const QStringList parts = notification.split(u':');
+    if (parts.size() < 2 || parts.size() > 3 || parts[0].isEmpty())
+        return {};
+    for (const QString& part : parts) {
+        for (const QChar c : part) {
+            if (!(c.isLower() || c.isDigit() || c == u'-'))
+                return {};
+        }
+    }
+    return notification;
+}
+
+std::optional<QDBusConnection> RVAtspiAccessibility::bus()
+{
+    QMutexLocker lock(&m_mutex);
+    if (m_bus && m_bus->isConnected())
+        return m_bus;
+    if (m_bus)
+        QDBusConnection::disconnectFromBus(kConnectionName);
+    m_bus.reset();
+    m_registry.reset();
+    const QString address = accessibilityBusAddress();
+    if (address.isEmpty())
+        return std::nullopt;
+    QDBusConnection connection = QDBusConnection::connectToBus(address, kConnectionName);
+    if (!connection.isConnected()) {
+        QDBusConnection::disconnectFromBus(kConnectionName);
+        return std::nullopt;
+    }
+    m_bus = connection;
+    m_registry = std::make_shared<RVAtspiEventRegistry>(connection);
+    return m_bus;
+}
+
+std::optional<RVAccessibleElement> RVAtspiAccessibility::applicationElement(pid_t pid)
+{
+    const auto connection = bus();
+    if (!connection)
+        return std::nullopt;
+    // The registry's desktop holds one child per accessible application.
+    const QDBusMessage children = connection->call(
+        QDBusMessage::createMethodCall(QStringLiteral("org.a11y.atspi.Registry"),
+                                       QStringLiteral("/org/a11y/atspi/accessible/root"),
+                                       QStringLiteral("org.a11y.atspi.Accessible"), QStringLiteral("GetChildren")),
+        QDBus::Block, kCallTimeoutMs);
+    if (children.type() != QDBusMessage::ReplyMessage || children.arguments().isEmpty())
+        return std::nullopt;
+    const QDBusArgument list = children.arguments().constFirst().value<QDBusArgument>();
+    std::vector<RVAccessibleElement> applications;
+    list.beginArray();
+    while (!list.atEnd()) {
+        RVAccessibleElement element;
+        QDBusObjectPath path;
+        list.beginStructure();
+        list >> element.busName >> path;
+        list.endStructure();
+        element.path = path.path();
+        applications.push_back(element);
+    }
+    list.endArray();
+    for (const RVAccessibleElement& application : applications) {
+        const QDBusReply<uint> owner = connection->interface()->servicePid(application.busName);
+        if (owner.isValid() && static_cast<pid_t>(owner.value()) == pid)
+            return application;
+    }
+    return std::nullopt;
+}
+
+std::unique_ptr<RVAccessibilityObserver> RVAtspiAccessibility::createObserver(
+    const RVAccessibleElement& application, RVAccessibilityObserver::Callback callback)
+{
+    const auto connection = bus();
+    if (!connection || application.busName.isEmpty())
+        return nullptr;
+    // An application that has left the bus sends nothing more.
+    const QDBusReply<bool> present = connection->interface()->isServiceRegistered(application.busName);
+    if (!present.isValid() || !present.value())
+        return nullptr;
+    std::shared_ptr<RVAtspiEventRegistry> registry;
+    {
+        QMutexLocker lock(&m_mutex);
+        registry = m_registry;
+    }
+    if (!registry)
+        return nullptr;
+    return std::make_unique<RVAtspiObserver>(*connection, std::move(registry), application, std::move(callback));
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "RVAccessibility.h"
+
+#include <QDBusConnection>
+#include <QMutex>
+
+class RVAtspiEventRegistry;
+
+// Accessibility on AT-SPI, the desktop's accessibility bus. The bus is found through
+// AT_SPI_BUS_ADDRESS or the session bus's org.a11y.Bus, and connected to on first use.
+class RVAtspiAccessibility : public RVAccessibility
+{
+public:
+    RVAtspiAccessibility() = default;
+    ~RVAtspiAccessibility() override;
+
+    std::optional<RVAccessibleElement> applicationElement(pid_t pid) override;
+    std::unique_ptr<RVAccessibilityObserver> createObserver(const RVAccessibleElement& application,
+                                                            RVAccessibilityObserver::Callback callback) override;
+
+    // The bus's event type for a notification name ("AXWindowCreated" is "window:create");
+    // names that already are event types stand for themselves. Empty when unknown.
+    static QString eventTypeFor(const QString& notification);
+
+private:
+    // The connection to the accessibility bus, made on first use; empty while there is none.
+    std::optional<QDBusConnection> bus();
+
+    QMutex m_mutex;
+    std::optional<QDBusConnection> m_bus;
+    std::shared_ptr<RVAtspiEventRegistry> m_registry;
+};

@@ -1,0 +1,33 @@
+#include "RVDesktopAppearance.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
+
+namespace {
+constexpr int kPortalTimeoutMs = 1000;
+constexpr uint kPreferDark = 1;
+} // namespace
+
+std::optional<bool> desktopPrefersDark()
+{
+    const QDBusConnection session = QDBusConnection::sessionBus();
+    if (!session.isConnected())
+        return std::nullopt;
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.portal.Desktop"), QStringLiteral("/org/freedesktop/portal/desktop"),
+        QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("Read"));
+    call << QStringLiteral("org.freedesktop.appearance") << QStringLiteral("color-scheme");
+    const QDBusMessage reply = session.call(call, QDBus::Block, kPortalTimeoutMs);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return std::nullopt;
+    // Read wraps the value in one variant more than its signature says; unwrap them all.
+    QVariant value = reply.arguments().constFirst();
+    while (value.canConvert<QDBusVariant>() && value.userType() == qMetaTypeId<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    bool isNumber = false;
+    const uint scheme = value.toUInt(&isNumber);
+    if (!isNumber)
+        return std::nullopt;
+    return scheme == kPreferDark;
+}
