@@ -99,6 +99,49 @@ QImage demoIcon()
     return image;
 }
 
+// A control-tint swatch: the glossy look of older systems ("Mav"), the flat one ("Yos") and the
+// flat one on a dark bezel ("YosDark"), in the blue or the graphite tint.
+QImage tintSwatch(const QString& style, bool blue)
+{
+    const QColor tint = blue ? QColor(0x1b, 0x7f, 0xf5) : QColor(0x8e, 0x8e, 0x93);
+    QImage image(32, 32, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter p(&image);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(Qt::NoPen);
+    const QRectF bead(3, 3, 26, 26);
+    if (style == QStringLiteral("YosDark")) {
+        p.setBrush(QColor(0x2b, 0x2b, 0x2d));
+        p.drawRoundedRect(QRectF(0, 0, 32, 32), 7, 7);
+    }
+    if (style == QStringLiteral("Mav")) {
+        QLinearGradient gloss(0, bead.top(), 0, bead.bottom());
+        gloss.setColorAt(0, tint.lighter(160));
+        gloss.setColorAt(0.5, tint);
+        gloss.setColorAt(1, tint.darker(130));
+        p.setBrush(gloss);
+        p.drawEllipse(bead);
+        p.setBrush(QColor(255, 255, 255, 110));
+        p.drawEllipse(QRectF(8, 5, 16, 9));
+    } else {
+        p.setBrush(tint);
+        p.drawEllipse(bead);
+    }
+    return image;
+}
+
+bool writeTintSwatches(const QString& folder)
+{
+    for (const QString& style : {QStringLiteral("Mav"), QStringLiteral("Yos"), QStringLiteral("YosDark")}) {
+        for (const bool blue : {true, false}) {
+            const QString name = QStringLiteral("/tint") + style + (blue ? QStringLiteral("Blue") : QStringLiteral("Graphite"));
+            if (!tintSwatch(style, blue).save(folder + name + QStringLiteral(".png")))
+                return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -114,6 +157,7 @@ int main(int argc, char* argv[])
     const bool ok = writeWave(resources + QStringLiteral("/Done.wav"), chime()) &&
                     writeWave(resources + QStringLiteral("/SoundOfSilence.wav"), silence()) &&
                     checkmark().save(resources + QStringLiteral("/checkmark.png")) &&
+                    writeTintSwatches(resources) &&
                     demoIcon().save(demo + QStringLiteral("/demo.png"));
     return ok ? 0 : 1;
 }

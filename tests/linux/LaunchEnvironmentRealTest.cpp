@@ -1,4 +1,5 @@
 #include "FakePlatform.h"
+#include "RVBundle.h"
 #include "RVLinuxApplicationEvents.h"
 #include "RVLinuxLaunchEnvironment.h"
 #include "RVNotificationCenter.h"
@@ -11,6 +12,7 @@
 #include "TmpfsMount.h"
 
 #include <QElapsedTimer>
+#include <QImage>
 #include <QProcess>
 #include <QTimer>
 
@@ -135,6 +137,21 @@ TEST(LinuxApplicationEvents, ALaunchedAndAnEndedBundleProcessReachAnObserver)
     EXPECT_GE(RVProcess::applicationLaunchEndCount(), before + 2);
     RVNotificationCenter::defaultCenter().removeObserver(token);
     RVProcess::resetNotificationsForTesting();
+}
+
+// Every tint image the probe can name is in the built installer bundle and is a real image.
+TEST(InstallerBundle, ShipsEveryTintImage)
+{
+    const auto bundle = RVBundle::bundleWithPath(QStringLiteral(RV_INSTALLER_BUNDLE));
+    ASSERT_TRUE(bundle);
+    for (const char* style : {"tintMav", "tintYos", "tintYosDark"}) {
+        for (const char* tint : {"Blue", "Graphite"}) {
+            const QString name = QLatin1String(style) + QLatin1String(tint);
+            const QString path = bundle->pathForResourceOfType(name, QStringLiteral("png"));
+            ASSERT_FALSE(path.isEmpty()) << name.toStdString();
+            EXPECT_FALSE(QImage(path).isNull()) << path.toStdString();
+        }
+    }
 }
 
 } // namespace
