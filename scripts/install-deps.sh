@@ -13,7 +13,7 @@ packages=(
     libgtest-dev libgmock-dev googletest
     xvfb xauth openbox xdotool x11-utils imagemagick
     trash-cli wmctrl policykit-1 desktop-file-utils util-linux procps strace gdb
-    at-spi2-core libatspi2.0-dev
+    at-spi2-core dbus-daemon libglib2.0-bin
     pulseaudio pulseaudio-utils sox
 )
 
