@@ -52,7 +52,7 @@ bench: build
 	VELMORA_APPLICATIONS_DIR=$(CURDIR)/$(BUILD_DIR)/demo-run/Applications tests/x11/with-x11.sh \
 		$(BUILD_DIR)/bench/startup_bench \
 		"$(BUILD_DIR)/demo/Velmora Demo.app/Contents/Resources/VelmoraInstaller.app/Contents/MacOS/VelmoraInstaller" \
-		$(BUILD_DIR)/bench/minimal_window
+		$(BUILD_DIR)/bench/minimal_window $(BUILD_DIR)/bench/label_window
 
 demo: build
 	BUILD_DIR=$(CURDIR)/$(BUILD_DIR) bash scripts/demo.sh

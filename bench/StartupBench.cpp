@@ -63,12 +63,13 @@ double timeToWindow(xcb_ewmh_connection_t* ewmh, const QString& program, const Q
 int main(int argc, char* argv[])
 {
     QCoreApplication application(argc, argv);
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: startup_bench <installer> <minimal program>\n");
+    if (argc != 3 && argc != 4) {
+        std::fprintf(stderr, "usage: startup_bench <installer> <minimal program> [<program with a label>]\n");
         return 64;
     }
     const QString installer = QString::fromLocal8Bit(argv[1]);
     const QString minimal = QString::fromLocal8Bit(argv[2]);
+    const QString labelled = argc == 4 ? QString::fromLocal8Bit(argv[3]) : QString();
     xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
     xcb_ewmh_connection_t ewmh;
     if (xcb_connection_has_error(connection) ||
@@ -76,15 +77,21 @@ int main(int argc, char* argv[])
         std::fprintf(stderr, "startup_bench: needs a display with a window manager\n");
         return 1;
     }
-    std::vector<double> ours, reference;
+    std::vector<double> ours, reference, withText;
     for (int run = 0; run < kRuns; ++run) {
         ours.push_back(timeToWindow(&ewmh, installer, QStringLiteral("Velmora Demo Installer")));
         reference.push_back(timeToWindow(&ewmh, minimal, QStringLiteral("Minimal Window")));
+        if (!labelled.isEmpty())
+            withText.push_back(timeToWindow(&ewmh, labelled, QStringLiteral("Label Window")));
     }
     xcb_ewmh_connection_wipe(&ewmh);
     xcb_disconnect(connection);
     std::printf("installer window shown, median:      %8.1f ms\n", median(ours));
     std::printf("minimal Qt window shown, median:     %8.1f ms\n", median(reference));
+    if (!withText.empty())
+        std::printf("window with one label, median:       %8.1f ms\n", median(withText));
     std::printf("ratio installer / minimal: %.2f\n", median(ours) / median(reference));
+    if (!withText.empty())
+        std::printf("ratio label window / minimal: %.2f (text alone)\n", median(withText) / median(reference));
     return 0;
 }
