@@ -54,7 +54,7 @@ QString accessibilityBusAddress()
 
 RVAtspiAccessibility::~RVAtspiAccessibility()
 {
-    if (m_bus)
+    if (m_link)
         QDBusConnection::disconnectFromBus(kConnectionName);
 }
 
@@ -76,15 +76,14 @@ QString RVAtspiAccessibility::eventTypeFor(const QString& notification)
     return notification;
 }
 
-std::optional<QDBusConnection> RVAtspiAccessibility::bus()
+std::optional<RVAtspiAccessibility::Link> RVAtspiAccessibility::link()
 {
     QMutexLocker lock(&m_mutex);
-    if (m_bus && m_bus->isConnected())
-        return m_bus;
-    if (m_bus)
+    if (m_link && m_link->bus.isConnected())
+        return m_link;
+    if (m_link)
         QDBusConnection::disconnectFromBus(kConnectionName);
-    m_bus.reset();
-    m_registry.reset();
+    m_link.reset();
     const QString address = accessibilityBusAddress();
     if (address.isEmpty())
         return std::nullopt;
@@ -93,18 +92,17 @@ std::optional<QDBusConnection> RVAtspiAccessibility::bus()
         QDBusConnection::disconnectFromBus(kConnectionName);
         return std::nullopt;
     }
-    m_bus = connection;
-    m_registry = std::make_shared<RVAtspiEventRegistry>(connection);
-    return m_bus;
+    m_link = Link{connection, std::make_shared<RVAtspiEventRegistry>(connection)};
+    return m_link;
 }
 
 std::optional<RVAccessibleElement> RVAtspiAccessibility::applicationElement(pid_t pid)
 {
-    const auto connection = bus();
+    const auto connection = link();
     if (!connection)
         return std::nullopt;
     // The registry's desktop holds one child per accessible application.
-    const QDBusMessage children = connection->call(
+    const QDBusMessage children = connection->bus.call(
         QDBusMessage::createMethodCall(QStringLiteral("org.a11y.atspi.Registry"),
                                        QStringLiteral("/org/a11y/atspi/accessible/root"),
                                        QStringLiteral("org.a11y.atspi.Accessible"), QStringLiteral("GetChildren")),
@@ -125,7 +123,7 @@ std::optional<RVAccessibleElement> RVAtspiAccessibility::applicationElement(pid_
     }
     list.endArray();
     for (const RVAccessibleElement& application : applications) {
-        const QDBusReply<uint> owner = connection->interface()->servicePid(application.busName);
+        const QDBusReply<uint> owner = connection->bus.interface()->servicePid(application.busName);
         if (owner.isValid() && static_cast<pid_t>(owner.value()) == pid)
             return application;
     }
@@ -135,19 +133,12 @@ std::optional<RVAccessibleElement> RVAtspiAccessibility::applicationElement(pid_
 std::unique_ptr<RVAccessibilityObserver> RVAtspiAccessibility::createObserver(
     const RVAccessibleElement& application, RVAccessibilityObserver::Callback callback)
 {
-    const auto connection = bus();
+    const auto connection = link();
     if (!connection || application.busName.isEmpty())
         return nullptr;
     // An application that has left the bus sends nothing more.
-    const QDBusReply<bool> present = connection->interface()->isServiceRegistered(application.busName);
+    const QDBusReply<bool> present = connection->bus.interface()->isServiceRegistered(application.busName);
     if (!present.isValid() || !present.value())
         return nullptr;
-    std::shared_ptr<RVAtspiEventRegistry> registry;
-    {
-        QMutexLocker lock(&m_mutex);
-        registry = m_registry;
-    }
-    if (!registry)
-        return nullptr;
-    return std::make_unique<RVAtspiObserver>(*connection, std::move(registry), application, std::move(callback));
+    return std::make_unique<RVAtspiObserver>(connection->bus, connection->registry, application, std::move(callback));
 }

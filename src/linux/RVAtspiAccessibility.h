@@ -24,10 +24,15 @@ public:
     static QString eventTypeFor(const QString& notification);
 
 private:
-    // The connection to the accessibility bus, made on first use; empty while there is none.
-    std::optional<QDBusConnection> bus();
+    // The connection to the accessibility bus and the event registry on it, made on first
+    // use and again after the bus went away; empty while there is none.
+    struct Link
+    {
+        QDBusConnection bus;
+        std::shared_ptr<RVAtspiEventRegistry> registry;
+    };
+    std::optional<Link> link();
 
     QMutex m_mutex;
-    std::optional<QDBusConnection> m_bus;
-    std::shared_ptr<RVAtspiEventRegistry> m_registry;
+    std::optional<Link> m_link;
 };

@@ -23,7 +23,7 @@ std::optional<bool> desktopPrefersDark()
         return std::nullopt;
     // Read wraps the value in one variant more than its signature says; unwrap them all.
     QVariant value = reply.arguments().constFirst();
-    while (value.canConvert<QDBusVariant>() && value.userType() == qMetaTypeId<QDBusVariant>())
+    while (value.userType() == qMetaTypeId<QDBusVariant>())
         value = value.value<QDBusVariant>().variant();
     bool isNumber = false;
     const uint scheme = value.toUInt(&isNumber);

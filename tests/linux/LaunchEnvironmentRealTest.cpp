@@ -11,10 +11,8 @@
 #include "TestApps.h"
 #include "TmpfsMount.h"
 
-#include <QElapsedTimer>
 #include <QImage>
 #include <QProcess>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -118,15 +116,7 @@ TEST(LinuxApplicationEvents, ALaunchedAndAnEndedBundleProcessReachAnObserver)
         RVProcessChangeNotification, RVProcess::classObject(),
         [&](const RVNotification& n) { heard << n.userInfo.value(QStringLiteral("change")).toString(); });
     RVProcess::installNotifications();
-    const auto waitFor = [&](const QString& change) {
-        QElapsedTimer timer;
-        timer.start();
-        while (!heard.contains(change) && timer.elapsed() < 5000) {
-            QTimer::singleShot(20, [] { QCoreApplication::exit(0); });
-            QCoreApplication::exec();
-        }
-        return heard.contains(change);
-    };
+    const auto waitFor = [&](const QString& change) { return turnLoopUntil([&] { return heard.contains(change); }); };
     const std::uint64_t before = RVProcess::applicationLaunchEndCount();
     {
         RunningApp running(bundle, QStringLiteral("testapp"));

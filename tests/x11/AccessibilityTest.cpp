@@ -9,9 +9,7 @@
 #include "TestApplication.h"
 #include "TestApps.h"
 
-#include <QElapsedTimer>
 #include <QProcess>
-#include <QTimer>
 
 #include <functional>
 
@@ -19,17 +17,7 @@
 
 namespace {
 
-// Turns the event loop until condition holds or the time is up.
-bool eventuallyWithLoop(const std::function<bool()>& condition, int milliseconds = 10000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < milliseconds) {
-        QTimer::singleShot(20, [] { QCoreApplication::exit(0); });
-        QCoreApplication::exec();
-    }
-    return condition();
-}
+constexpr int kBusPatienceMs = 10000;
 
 class AccessibilityTest : public ::testing::Test
 {
@@ -67,7 +55,7 @@ TEST_F(AccessibilityTest, AHelperWindowsActivationAndFocusReachTheObserver)
 
     // The helper joins the accessibility bus a moment after its window shows.
     std::optional<RVAccessibleElement> application;
-    ASSERT_TRUE(eventuallyWithLoop([&] { return (application = accessibility->applicationElement(helper.pid())).has_value(); }));
+    ASSERT_TRUE(turnLoopUntil([&] { return (application = accessibility->applicationElement(helper.pid())).has_value(); }, kBusPatienceMs));
     EXPECT_FALSE(accessibility->applicationElement(other.pid()));
 
     const auto process = RVProcess::processWithPID(helper.pid());
@@ -81,15 +69,15 @@ TEST_F(AccessibilityTest, AHelperWindowsActivationAndFocusReachTheObserver)
     const auto otherProcess = RVProcess::processWithPID(other.pid());
     ASSERT_TRUE(otherProcess);
     const auto bringToFront = [&](const RVProcess::Ptr& p) {
-        return eventuallyWithLoop([&] {
+        return turnLoopUntil([&] {
             p->setFrontProcess();
-            return eventuallyWithLoop([&] { return RVProcess::frontProcess() == p; }, 300);
-        });
+            return turnLoopUntil([&] { return RVProcess::frontProcess() == p; }, 300);
+        }, kBusPatienceMs);
     };
     // An application learns of a new listener a moment later, so a switch may go unreported:
     // switch until one is heard.
     const auto heardWithin = [&](int milliseconds) {
-        return eventuallyWithLoop([&] { return !heard.isEmpty(); }, milliseconds);
+        return turnLoopUntil([&] { return !heard.isEmpty(); }, milliseconds);
     };
     for (int attempt = 0; attempt < 10 && heard.isEmpty(); ++attempt) {
         // A switch back before the helper has noticed it lost the focus changes nothing for it.

@@ -136,16 +136,6 @@ TEST_F(X11Test, ProcessWithoutWindowsHasNothingToClose)
     EXPECT_FALSE(windows->activateProcess(running.pid(), false));
 }
 
-// Turns the event loop until condition holds, for at most five seconds.
-bool eventuallyWithLoop(const std::function<bool()>& condition)
-{
-    for (int turn = 0; turn < 250 && !condition(); ++turn) {
-        QTimer::singleShot(20, [] { QCoreApplication::exit(0); });
-        QCoreApplication::exec();
-    }
-    return condition();
-}
-
 TEST_F(X11Test, FrontSwitchesAndFullScreenArriveAsEvents)
 {
     TestApplication app;
@@ -164,15 +154,15 @@ TEST_F(X11Test, FrontSwitchesAndFullScreenArriveAsEvents)
     EXPECT_FALSE(RVUtilities::fullScreenMode());
 
     RVProcess::processWithPID(a->pid())->setFrontProcess();
-    EXPECT_TRUE(eventuallyWithLoop([&] { return heard.contains(QStringLiteral("front")); })) << heard.join(u' ').toStdString();
+    EXPECT_TRUE(turnLoopUntil([&] { return heard.contains(QStringLiteral("front")); })) << heard.join(u' ').toStdString();
 
     QProcess::execute(QStringLiteral("wmctrl"), {QStringLiteral("-i"), QStringLiteral("-r"), windowA,
                                                  QStringLiteral("-b"), QStringLiteral("add,fullscreen")});
-    EXPECT_TRUE(eventuallyWithLoop([] { return RVUtilities::fullScreenMode(); }))
+    EXPECT_TRUE(turnLoopUntil([] { return RVUtilities::fullScreenMode(); }))
         << property(windowA, QStringLiteral("_NET_WM_STATE")).toStdString();
     QProcess::execute(QStringLiteral("wmctrl"), {QStringLiteral("-i"), QStringLiteral("-r"), windowA,
                                                  QStringLiteral("-b"), QStringLiteral("remove,fullscreen")});
-    EXPECT_TRUE(eventuallyWithLoop([] { return !RVUtilities::fullScreenMode(); }));
+    EXPECT_TRUE(turnLoopUntil([] { return !RVUtilities::fullScreenMode(); }));
     RVNotificationCenter::defaultCenter().removeObserver(token);
     RVProcess::resetNotificationsForTesting();
     RVUtilities::resetCachesForTesting();
