@@ -6,6 +6,7 @@
 #include "RVLinuxPlatform.h"
 #include "RVLocalization.h"
 #include "RVPlatform.h"
+#include "RVTerminationSignal.h"
 
 #include <QApplication>
 #include <QStringList>
@@ -33,6 +34,8 @@ int main(int argc, char* argv[])
     QObject::connect(
         &controller, &InstallerWinController::terminateRequested, &application,
         [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
+    // A signal to end is a close of the window: a copy under way finishes first.
+    RVTerminationSignal::install([&controller] { controller.terminate(); });
     controller.awakeFromNib();
     return application.exec();
 }

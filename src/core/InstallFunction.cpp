@@ -4,7 +4,10 @@
 #include "RVPaths.h"
 #include "RVPlatform.h"
 
-#include <QDir>
+using RVPaths::isInside;
+using RVPaths::lastPathComponent;
+using RVPaths::stringByAppendingPathComponent;
+using RVPaths::stringByDeletingLastPathComponent;
 
 namespace {
 
@@ -18,10 +21,56 @@ RVWorkspace& workspace()
     return RVPlatform::current().workspace();
 }
 
-bool isInside(const QString& path, const QString& folder)
+// The three paths in one form, links resolved, for the guards and the work.
+struct Paths
 {
-    const QString cleanFolder = QDir::cleanPath(folder);
-    return QDir::cleanPath(path).startsWith(cleanFolder + u'/');
+    QString source;
+    QString destination;
+    QString wrapper; // empty without one
+    QString targetFolder;
+};
+
+Paths resolved(const QString& source, const QString& destination, const QString& wrapper)
+{
+    Paths paths;
+    paths.source = files().resolvedPath(source);
+    // The destination's own name is kept: a link there is an item to replace, not a way.
+    paths.destination = stringByAppendingPathComponent(
+        files().resolvedPath(stringByDeletingLastPathComponent(RVPaths::standardizedPath(destination))),
+        lastPathComponent(destination));
+    paths.wrapper = wrapper.isEmpty() ? QString() : files().resolvedPath(wrapper);
+    paths.targetFolder = stringByDeletingLastPathComponent(paths.destination);
+    return paths;
+}
+
+bool refuses(const QString& format, const QString& path, const QString& other = QString())
+{
+    RVLog(format, path, other);
+    return true;
+}
+
+// The refusals that come before anything is moved: every one of these, let through, has
+// cost somebody a folder of their own.
+bool refusesToInstall(const Paths& paths)
+{
+    if (!files().isFolder(paths.source))
+        return refuses(QStringLiteral("ERROR -- Not an application folder: %@"), paths.source);
+    if (!paths.destination.endsWith(QStringLiteral(".app")) || paths.destination == u"/")
+        return refuses(QStringLiteral("ERROR -- Not an application bundle path: %@"), paths.destination);
+    for (const QString& folder : {QStringLiteral("/"), files().resolvedPath(workspace().homeDirectory()),
+                                  files().resolvedPath(workspace().localApplicationsDirectory()),
+                                  files().resolvedPath(workspace().userApplicationsDirectory())}) {
+        if (!folder.isEmpty() && paths.destination == folder)
+            return refuses(QStringLiteral("ERROR -- Will not replace the folder %@"), paths.destination);
+    }
+    if (isInside(paths.destination, paths.source) || isInside(paths.source, paths.destination))
+        return refuses(QStringLiteral("ERROR -- %@ and %@ lie inside each other"), paths.source, paths.destination);
+    if (!paths.wrapper.isEmpty() &&
+        (paths.targetFolder == paths.wrapper || isInside(paths.targetFolder, paths.wrapper) ||
+         isInside(paths.source, paths.targetFolder)))
+        return refuses(QStringLiteral("ERROR -- Wrapper %@ cannot be installed into %@"), paths.wrapper,
+                       paths.targetFolder);
+    return false;
 }
 
 int installWrapperItems(const QString& wrapper, const QString& targetFolder)
@@ -35,8 +84,8 @@ int installWrapperItems(const QString& wrapper, const QString& targetFolder)
         return InstallResultSuccess;
     }
     for (const QString& name : files().contentsOfDirectory(wrapper).value_or(QStringList())) {
-        const QString itemSource = wrapper + u'/' + name;
-        const QString itemTarget = targetFolder + u'/' + name;
+        const QString itemSource = stringByAppendingPathComponent(wrapper, name);
+        const QString itemTarget = stringByAppendingPathComponent(targetFolder, name);
         if (files().fileExists(itemTarget) && !files().removeItem(itemTarget))
             RVLog(QStringLiteral("ERROR -- Could not delete %@"), itemTarget);
         if (!files().copyItem(itemSource, itemTarget)) {
@@ -48,36 +97,63 @@ int installWrapperItems(const QString& wrapper, const QString& targetFolder)
     return InstallResultSuccess;
 }
 
-} // namespace
-
-int InstallApplication(const QString& source, const QString& destination, const QString& wrapper)
+// The new copy is complete beside the destination before the previous one leaves: a
+// failure at any step leaves the previous copy where it was.
+int replaceProduct(const QString& source, const QString& destination)
 {
-    // Installing a product over itself would trash the only copy; there is nothing to do.
-    if (files().fileExists(destination) && files().isSameItem(source, destination))
-        return InstallResultSuccess;
-    // A destination inside the source would copy itself forever.
-    if (isInside(destination, source)) {
+    const QString staged = files().stageCopy(source, destination);
+    if (staged.isNull()) {
         RVLog(QStringLiteral("ERROR -- Could not copy myself to %@"), destination);
         return InstallResultCopyFailed;
     }
-
-    if (!wrapper.isEmpty()) {
-        const int result = installWrapperItems(wrapper, RVPaths::folderOf(destination));
-        if (result != InstallResultSuccess)
-            return result;
-    }
-
-    if (files().fileExists(destination) &&
-        !workspace().recycle(RVPaths::folderOf(destination), {RVPaths::lastComponent(destination)})) {
+    const bool hadPrevious = files().fileExists(destination);
+    if (hadPrevious &&
+        !workspace().recycle(stringByDeletingLastPathComponent(destination), {lastPathComponent(destination)})) {
+        files().removeItem(staged);
         RVLog(QStringLiteral("ERROR -- Could not trash '%@'"), destination);
         RVLog(QStringLiteral("ERROR -- Could not trash existing %@"), destination);
         return InstallResultTrashFailed;
     }
-
-    if (!files().copyItem(source, destination)) {
+    if (!files().moveIntoPlace(staged, destination)) {
+        files().removeItem(staged);
+        if (hadPrevious && !workspace().putBackRecycled(destination))
+            RVLog(QStringLiteral("ERROR -- Could not put the previous copy back at %@"), destination);
         RVLog(QStringLiteral("ERROR -- Could not copy myself to %@"), destination);
         return InstallResultCopyFailed;
     }
-    workspace().noteFileSystemChanged(destination);
     return InstallResultSuccess;
+}
+
+} // namespace
+
+int InstallApplication(const QString& source, const QString& destination, const QString& wrapper)
+{
+    const Paths paths = resolved(source, destination, wrapper);
+    // Installing a product over itself would trash the only copy; there is nothing to do.
+    if (files().fileExists(paths.destination) && files().isSameItem(paths.source, paths.destination))
+        return InstallResultSuccess;
+    if (refusesToInstall(paths))
+        return InstallResultCopyFailed;
+
+    // Two installations into one place take turns; the wrapper's may make the target folder.
+    const QString lockedFolder =
+        paths.wrapper.isEmpty() ? paths.targetFolder : stringByDeletingLastPathComponent(paths.targetFolder);
+    const std::shared_ptr<void> lock = files().lockFolder(lockedFolder);
+    if (!lock) {
+        RVLog(QStringLiteral("ERROR -- Could not copy myself to %@"), paths.destination);
+        return InstallResultCopyFailed;
+    }
+    files().removeAbandonedStaging(lockedFolder);
+    if (lockedFolder != paths.targetFolder)
+        files().removeAbandonedStaging(paths.targetFolder);
+
+    if (!paths.wrapper.isEmpty()) {
+        const int result = installWrapperItems(paths.wrapper, paths.targetFolder);
+        if (result != InstallResultSuccess)
+            return result;
+    }
+    const int result = replaceProduct(paths.source, paths.destination);
+    if (result == InstallResultSuccess)
+        workspace().noteFileSystemChanged(paths.destination);
+    return result;
 }

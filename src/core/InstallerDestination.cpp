@@ -54,10 +54,10 @@ bool InstallerWinController::canWriteToPath(const QString& path)
         RVLog(QStringLiteral("Cannot write to item %@"), path);
         return false;
     }
-    QString folder = RVPaths::folderOf(path);
+    QString folder = RVPaths::stringByDeletingLastPathComponent(path);
     if (folder.size() >= 2) {
         while (!files().fileExists(folder)) {
-            folder = RVPaths::folderOf(folder);
+            folder = RVPaths::stringByDeletingLastPathComponent(folder);
             if (folder.size() <= 1)
                 break;
         }
@@ -93,8 +93,9 @@ QString InstallerWinController::applicationsDirectory()
 
 QString InstallerWinController::autoLaunchPathFor(const QString& productName)
 {
-    for (const QString& item : RVPlatform::current().workspace().loginItems()) {
-        if (RVPaths::lastComponent(item).startsWith(productName))
+    for (const QString& loginItem : RVPlatform::current().workspace().loginItems()) {
+        const QString item = RVPaths::standardizedPath(loginItem);
+        if (RVPaths::lastPathComponent(item).startsWith(productName))
             return item;
     }
     return {};
@@ -114,13 +115,13 @@ QString InstallerWinController::pathToProcessToReplace()
     };
     for (const RVProcess::Ptr& process : RVProcess::allProcesses()) {
         if (candidate(process, false))
-            return process->path();
+            return RVPaths::standardizedPath(process->path());
     }
     if (codes.size() < 2)
         return {};
     for (const RVProcess::Ptr& process : RVProcess::allProcesses()) {
         if (candidate(process, true))
-            return process->path();
+            return RVPaths::standardizedPath(process->path());
     }
     return {};
 }
@@ -147,9 +148,9 @@ QString InstallerWinController::recursiveLocalizedPath(const QString& path)
 {
     if (path.size() < 3)
         return path;
-    const QString folder = recursiveLocalizedPath(RVPaths::folderOf(path));
+    const QString folder = recursiveLocalizedPath(RVPaths::stringByDeletingLastPathComponent(path));
     const QString home = RVPlatform::current().systemFacts().homeDirectory();
     const QString expanded = path.startsWith(QStringLiteral("~/")) ? home + path.mid(1) : path;
     const QString name = files().displayName(expanded);
-    return RVPaths::joined(folder, name);
+    return RVPaths::stringByAppendingPathComponent(folder, name);
 }

@@ -65,7 +65,11 @@ void InstallerWinController::install()
     }
     m_view->setButtonEnabled(RVInstallerView::Button::Install, false);
     m_view->setButtonEnabled(RVInstallerView::Button::Cancel, false);
-    m_working = true;
+    {
+        std::lock_guard lock(m_workerMutex);
+        m_workerRunning = true;
+    }
+    m_stopRequested = false;
     std::thread([this] { installThread(); }).detach();
 }
 

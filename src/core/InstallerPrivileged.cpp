@@ -4,10 +4,13 @@
 #include "RVBundle.h"
 #include "RVInstallerInterface.h"
 #include "RVLog.h"
+#include "RVPaths.h"
 #include "RVPlatform.h"
 #include "RVProcess.h"
 
 #include <QMetaObject>
+
+#include <functional>
 
 namespace {
 
@@ -29,7 +32,8 @@ QString trimmedOfBlanks(const QString& text)
     return text.mid(start, end - start);
 }
 
-void registerAndLaunch(const QString& destination)
+// A session that is quitting registers the product but does not wait to launch it.
+void registerAndLaunch(const QString& destination, const std::function<bool()>& stopping)
 {
     RVWorkspace& workspace = RVPlatform::current().workspace();
     RVLog(QStringLiteral("launching %@"), destination);
@@ -37,7 +41,7 @@ void registerAndLaunch(const QString& destination)
     RVLog(QStringLiteral("registered app: %d"), workspace.registerApplication(destination));
     sleepSeconds(0.1);
     // The icon is not used; asking gives the desktop time to take note of the new bundle.
-    if (workspace.iconForFile(destination).isNull()) {
+    if (workspace.iconForFile(destination).isNull() && !stopping()) {
         RVLog(QStringLiteral("did not get icon"));
         sleepSeconds(1.0);
         RVLog(QStringLiteral("retry; %@"), workspace.iconForFile(destination).isNull()
@@ -46,7 +50,7 @@ void registerAndLaunch(const QString& destination)
     }
     bool launched = workspace.openApplication(destination);
     RVLog(QStringLiteral("launched immediately: %d"), int(launched));
-    for (int attempt = 0; !launched && attempt < kLaunchRetries; ++attempt) {
+    for (int attempt = 0; !launched && attempt < kLaunchRetries && !stopping(); ++attempt) {
         sleepSeconds(0.5);
         RVLog(QStringLiteral("retry opening"));
         launched = workspace.openApplication(destination);
@@ -67,6 +71,8 @@ QString InstallerWinController::installMyselfInDestination()
     const QString destination = argument(RVInstallerKeyDestinationPath);
     const QString wrapper = argument(RVInstallerKeyWrapperPath);
 
+    if (isStopping())
+        return QStringLiteral(""); // the user quit before the copy began
     const bool writable = canWriteToPath(destination);
     const bool optionHeld = RVPlatform::current().windowSystem().isOptionKeyDown();
     bool privileged = !writable;
@@ -94,7 +100,7 @@ QString InstallerWinController::installMyselfInDestination()
 
     RVLog(QStringLiteral("successfully copied"));
     RVPlatform::current().workspace().noteFileSystemChanged(destination);
-    registerAndLaunch(destination);
+    registerAndLaunch(destination, [this] { return isStopping(); });
     if (const RVProcess::Ptr own = RVProcess::currentProcess())
         own->setFrontProcessFrontWindowOnly();
     return {};
@@ -113,9 +119,15 @@ bool InstallerWinController::authorizedInstallToWrapCanceled(const QString& sour
     animateProgressOnMainThread(QString());
     const auto bundle = RVBundle::mainBundle();
     const QString tool = bundle ? bundle->pathForResourceOfType(QStringLiteral("train"), QString()) : QString();
-    QStringList arguments{source, destination};
+    // The tool trusts no link in any path; the links of the user's own paths are resolved
+    // here, on the user's side.
+    RVFileManager& files = RVPlatform::current().fileManager();
+    QStringList arguments{files.resolvedPath(source),
+                          RVPaths::stringByAppendingPathComponent(
+                              files.resolvedPath(RVPaths::stringByDeletingLastPathComponent(destination)),
+                              RVPaths::lastPathComponent(destination))};
     if (!wrapper.isEmpty())
-        arguments << wrapper;
+        arguments << files.resolvedPath(wrapper);
 
     // pkexec asks and runs in one step: the dialog's answer comes back with the tool's end.
     const int status = AuthorizedExecute(tool, arguments);

@@ -11,19 +11,14 @@
 #include "RVUtilities.h"
 
 
-using RVPaths::folderOf;
-using RVPaths::joined;
-using RVPaths::lastComponent;
+using RVPaths::lastPathComponent;
+using RVPaths::standardizedPath;
+using RVPaths::stringByAppendingPathComponent;
+using RVPaths::stringByDeletingLastPathComponent;
 
 namespace {
 
 const QString kLogFile = QStringLiteral("~/Library/Logs/VelmoraInstaller.log");
-
-QString withoutExtension(const QString& name)
-{
-    const qsizetype dot = name.lastIndexOf(u'.');
-    return dot > 0 ? name.left(dot) : name;
-}
 
 QString infoString(const std::optional<RVBundle>& bundle, const QString& key)
 {
@@ -59,10 +54,10 @@ bool InstallerWinController::completeSourcePath()
     if (m_arguments->contains(RVInstallerKeySourcePath))
         return true;
     const auto own = RVBundle::mainBundle();
-    QString folder = own ? folderOf(own->bundlePath()) : QString();
+    QString folder = own ? stringByDeletingLastPathComponent(standardizedPath(own->bundlePath())) : QString();
     if (folder.size() >= 2) {
         while (!folder.endsWith(QStringLiteral(".app"))) {
-            folder = folderOf(folder);
+            folder = stringByDeletingLastPathComponent(folder);
             RVLog(QStringLiteral("shortened path = %@"), folder);
             if (folder.size() <= 1)
                 break;
@@ -138,7 +133,7 @@ void InstallerWinController::awakeFromNib()
     const QString source = argument(RVInstallerKeySourcePath);
 
     if (!m_arguments->contains(RVInstallerKeyProductName)) {
-        const QString name = withoutExtension(lastComponent(source));
+        const QString name = RVPaths::stringByDeletingPathExtension(lastPathComponent(source));
         if (name.isEmpty()) {
             showSetupError(QStringLiteral("missing program name"));
             return;
@@ -164,14 +159,18 @@ void InstallerWinController::awakeFromNib()
     if (destination.isNull())
         destination = findPreferredDestinationFor(name);
     if (destination.isNull())
-        destination = joined(applicationsDirectory(), lastComponent(source));
+        destination = stringByAppendingPathComponent(standardizedPath(applicationsDirectory()),
+                                                     lastPathComponent(source));
 
     const QString wrapper = argument(RVInstallerKeyWrapperPath);
     if (!wrapper.isNull()) {
-        if (wrapper.startsWith(folderOf(source)) && RVPlatform::current().fileManager().fileExists(wrapper)) {
+        if (wrapper.startsWith(stringByDeletingLastPathComponent(source)) &&
+            RVPlatform::current().fileManager().fileExists(wrapper)) {
             RVLog(QStringLiteral("wrapper = %@"), wrapper);
-            if (lastComponent(folderOf(destination)) != lastComponent(wrapper))
-                destination = joined(joined(folderOf(destination), lastComponent(wrapper)), lastComponent(destination));
+            const QString folder = stringByDeletingLastPathComponent(destination);
+            if (lastPathComponent(folder) != lastPathComponent(wrapper))
+                destination = stringByAppendingPathComponent(
+                    stringByAppendingPathComponent(folder, lastPathComponent(wrapper)), lastPathComponent(destination));
         } else {
             m_arguments->remove(RVInstallerKeyWrapperPath);
         }

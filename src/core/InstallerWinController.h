@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 #include <optional>
 
@@ -23,6 +24,8 @@ class InstallerWinController : public QObject
 
 public:
     explicit InstallerWinController(QObject* parent = nullptr) : QObject(parent) {}
+    // Waits for a worker that still runs: it reads the arguments to its end.
+    ~InstallerWinController() override;
     // The window whose controls the session fills; set before awakeFromNib.
     void setView(RVInstallerView* view) { m_view = view; }
 
@@ -44,10 +47,12 @@ public:
     void installThread();
     Q_INVOKABLE void installationFinished(const QString& outcome);
     void playDoneSound();
-    // Quits the application; waits first for a copy that is under way.
+    // Quits the application. While a worker runs it is asked to stop at its next safe
+    // point (between quitting attempts, or after the copy) and the application ends when
+    // its outcome arrives; the window stays responsive meanwhile.
     Q_INVOKABLE void terminate();
     // Whether an installation worker runs (tests wait for it).
-    bool isWorking() const { return m_working; }
+    bool isWorking() const;
 
     // Arguments (InstallerArguments.cpp)
     void extractArguments();
@@ -100,9 +105,14 @@ private:
     std::optional<RVInstallerArguments> m_arguments;
     RVInstallerView* m_view = nullptr;
     bool m_finished = false;
-    std::atomic<bool> m_working{false};
-    // Held while a copy runs; quitting waits for it so that no half product is left.
-    std::mutex m_copyMutex;
+    bool isStopping() const { return m_stopRequested; }
+    void workerEnded();
+
+    mutable std::mutex m_workerMutex;
+    std::condition_variable m_workerEnd;
+    bool m_workerRunning = false;
+    std::atomic<bool> m_stopRequested{false};
+    bool m_terminateWhenWorkerEnds = false; // main thread only
 };
 
 // The statuses of asking for administrator rights, as the security services number them.

@@ -25,8 +25,10 @@ void InstallerWinController::installThread()
     QString running = processToQuitStillRunning();
     if (!running.isNull()) {
         RVLog(QStringLiteral("%@ did not quit; will retry"), running);
-        for (int attempt = 0; attempt < kQuitRetries; ++attempt) {
+        for (int attempt = 0; attempt < kQuitRetries && !isStopping(); ++attempt) {
             RVPlatform::current().clock().sleepMicroseconds(1'000'000);
+            if (isStopping())
+                break;
             quitProcesses();
             if (processToQuitStillRunning().isNull())
                 break;
@@ -34,17 +36,16 @@ void InstallerWinController::installThread()
     }
 
     QString outcome;
-    running = processToQuitStillRunning();
-    if (!running.isNull()) {
+    running = isStopping() ? QString() : processToQuitStillRunning();
+    if (isStopping()) {
+        outcome = QStringLiteral(""); // the user quit before anything was copied
+    } else if (!running.isNull()) {
         RVLog(QStringLiteral("%@ refused to quit; installation cancelled"), running);
         outcome = RVFormat(RVLocalizedString(QStringLiteral(
                                "%1$@ cannot be running during the installation.\rQuit %1$@, then click \"Install\" again.")),
                            {running});
     } else {
-        {
-            std::lock_guard copying(m_copyMutex);
-            outcome = installMyselfInDestination();
-        }
+        outcome = installMyselfInDestination();
         if (!outcome.isEmpty()) {
             outcome = RVFormat(RVLocalizedString(outcome), {name});
             if (!m_arguments->contains(RVInstallerKeyWrapperPath)) {
@@ -56,8 +57,29 @@ void InstallerWinController::installThread()
         }
     }
     QMetaObject::invokeMethod(this, "installationFinished", Qt::QueuedConnection, Q_ARG(QString, outcome));
-    m_working = false; // the last touch of the session: after it, it may go away
+    workerEnded();
+}
 
+void InstallerWinController::workerEnded()
+{
+    // The last touch of the session: once the flag is down, the session may go away, so
+    // the notification is sent under the lock.
+    std::lock_guard lock(m_workerMutex);
+    m_workerRunning = false;
+    m_workerEnd.notify_all();
+}
+
+bool InstallerWinController::isWorking() const
+{
+    std::lock_guard lock(m_workerMutex);
+    return m_workerRunning;
+}
+
+InstallerWinController::~InstallerWinController()
+{
+    m_stopRequested = true;
+    std::unique_lock lock(m_workerMutex);
+    m_workerEnd.wait(lock, [this] { return !m_workerRunning; });
 }
 
 void InstallerWinController::animateProgress(const QString& flag)
@@ -81,6 +103,10 @@ void InstallerWinController::installationFinished(const QString& outcome)
     }
     m_view->setButtonEnabled(RVInstallerView::Button::Install, true);
     m_view->setProgressAnimating(false);
+    if (m_terminateWhenWorkerEnds) {
+        emit terminateRequested(); // the window was closed while the worker ran
+        return;
+    }
 
     const QString delayText = argument(RVInstallerCompletionQuit);
     if (delayText.isNull())
@@ -102,8 +128,12 @@ void InstallerWinController::playDoneSound()
 
 void InstallerWinController::terminate()
 {
-    // Quitting in the middle of a copy would leave the previous copy in the trash and no
-    // product in its place: wait for the copy to end.
-    std::lock_guard copying(m_copyMutex);
+    if (isWorking()) {
+        // Never in the middle of a copy: the worker stops at its next safe point, and its
+        // outcome ends the application.
+        m_stopRequested = true;
+        m_terminateWhenWorkerEnds = true;
+        return;
+    }
     emit terminateRequested();
 }

@@ -1,16 +1,20 @@
 #include "RVLinuxFileManager.h"
 
 #include "RVLog.h"
+#include "RVPaths.h"
+#include "RVSafePath.h"
+#include "RVStaging.h"
 #include "RVTreeCopy.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QRandomGenerator>
 
 #include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
-#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,16 +25,32 @@ QByteArray encoded(const QString& path)
     return QFile::encodeName(path);
 }
 
-// Makes the missing folders above path, 0755 each (/Applications usually does not exist
-// before the first installation).
-bool makeParents(const QString& path)
+QString lastError()
 {
-    const QString folder = QFileInfo(path).path();
-    if (QFileInfo(folder).isDir())
-        return true;
-    if (!makeParents(folder))
-        return false;
-    return ::mkdir(encoded(folder).constData(), 0755) == 0 || errno == EEXIST;
+    return QString::fromLocal8Bit(std::strerror(errno));
+}
+
+// The folder at path, with the missing folders above and at it made, 0755 each
+// (/Applications usually does not exist before the first installation).
+RVFd makeFolders(const QString& path)
+{
+    QString existing = path;
+    QStringList missing;
+    struct stat info {};
+    while (::lstat(encoded(existing).constData(), &info) != 0 && existing != u"/") {
+        missing.prepend(RVPaths::lastPathComponent(existing));
+        existing = RVPaths::stringByDeletingLastPathComponent(existing);
+    }
+    RVFd folder = RVSafePath::openFolder(existing);
+    for (const QString& name : missing) {
+        if (!folder.valid())
+            break;
+        const QByteArray part = encoded(name);
+        if (::mkdirat(folder.get(), part.constData(), 0755) != 0 && errno != EEXIST)
+            return RVFd();
+        folder = RVSafePath::openFolderAt(folder.get(), part);
+    }
+    return folder;
 }
 
 } // namespace
@@ -55,28 +75,90 @@ bool RVLinuxFileManager::removeItem(const QString& path)
     return RVRemoveTree(path);
 }
 
+QString RVLinuxFileManager::stageCopy(const QString& source, const QString& target)
+{
+    const QString standardized = RVPaths::standardizedPath(target);
+    const RVFd folder = makeFolders(RVPaths::stringByDeletingLastPathComponent(standardized));
+    const RVSafePath::Parent from = RVSafePath::openParent(source);
+    if (!folder.valid() || !from.folder.valid()) {
+        RVLog(QStringLiteral("copy %@ failed: %@"), source, lastError());
+        return {};
+    }
+    const QByteArray staging = RVStaging::stagingName(encoded(RVPaths::lastPathComponent(standardized)));
+    QString error;
+    if (!RVCopyTree(from.folder.get(), from.name.constData(), folder.get(), staging.constData(), &error)) {
+        RVLog(QStringLiteral("copy %@ failed: %@"), source, error);
+        RVRemoveTree(folder.get(), staging.constData());
+        return {};
+    }
+    return RVPaths::stringByAppendingPathComponent(RVPaths::stringByDeletingLastPathComponent(standardized),
+                                                   QFile::decodeName(staging));
+}
+
+bool RVLinuxFileManager::moveIntoPlace(const QString& staged, const QString& target)
+{
+    const RVSafePath::Parent from = RVSafePath::openParent(staged);
+    const RVSafePath::Parent to = RVSafePath::openParent(target);
+    return from.folder.valid() && to.folder.valid() &&
+           RVStaging::renameWithoutReplacing(from.folder.get(), from.name.constData(), to.folder.get(),
+                                             to.name.constData());
+}
+
 bool RVLinuxFileManager::copyItem(const QString& source, const QString& target)
 {
-    if (fileExists(target) || !makeParents(target))
+    if (fileExists(target))
         return false;
-    // The copy is built under a hidden name beside the target and renamed into place, so a
-    // failure or a killed installer never leaves a half product at the target.
-    const QFileInfo info(target);
-    const QString staging = info.path() + QStringLiteral("/.%1.partial-%2")
-                                              .arg(info.fileName())
-                                              .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'));
-    QString error;
-    if (!RVCopyTree(source, staging, &error)) {
-        RVLog(QStringLiteral("copy %@ failed: %@"), source, error);
-        RVRemoveTree(staging);
+    const QString staged = stageCopy(source, target);
+    if (staged.isNull())
         return false;
+    if (moveIntoPlace(staged, target))
+        return true;
+    RVRemoveTree(staged);
+    return false;
+}
+
+void RVLinuxFileManager::removeAbandonedStaging(const QString& folder)
+{
+    const RVFd open = RVSafePath::openFolder(RVPaths::standardizedPath(folder));
+    if (open.valid())
+        RVStaging::removeAbandoned(open.get());
+}
+
+std::shared_ptr<void> RVLinuxFileManager::lockFolder(const QString& folder)
+{
+    auto lock = std::make_shared<RVStaging::FolderLock>(makeFolders(RVPaths::standardizedPath(folder)));
+    if (!lock->locked())
+        return nullptr;
+    return lock;
+}
+
+bool RVLinuxFileManager::isFolder(const QString& path)
+{
+    struct stat info {};
+    const QByteArray name = encoded(path);
+    const int status = RVSafePath::linksTrusted() ? ::stat(name.constData(), &info) : ::lstat(name.constData(), &info);
+    return !path.isEmpty() && status == 0 && S_ISDIR(info.st_mode);
+}
+
+QString RVLinuxFileManager::resolvedPath(const QString& path)
+{
+    QString existing = RVPaths::standardizedPath(path);
+    // Where links are not trusted, they are not resolved either: the walk refuses them.
+    if (!RVSafePath::linksTrusted())
+        return existing;
+    QStringList rest;
+    while (existing != u"/") {
+        char resolved[PATH_MAX];
+        if (::realpath(encoded(existing).constData(), resolved)) {
+            existing = QFile::decodeName(resolved);
+            break;
+        }
+        rest.prepend(RVPaths::lastPathComponent(existing));
+        existing = RVPaths::stringByDeletingLastPathComponent(existing);
     }
-    if (::renameat2(AT_FDCWD, encoded(staging).constData(), AT_FDCWD, encoded(target).constData(),
-                    RENAME_NOREPLACE) != 0) {
-        RVRemoveTree(staging);
-        return false;
-    }
-    return true;
+    for (const QString& name : rest)
+        existing = RVPaths::stringByAppendingPathComponent(existing, name);
+    return existing;
 }
 
 bool RVLinuxFileManager::isWritable(const QString& path)

@@ -9,6 +9,12 @@ public:
     std::optional<QStringList> contentsOfDirectory(const QString& path) override;
     bool removeItem(const QString& path) override;
     bool copyItem(const QString& source, const QString& target) override;
+    QString stageCopy(const QString& source, const QString& target) override;
+    bool moveIntoPlace(const QString& staged, const QString& target) override;
+    void removeAbandonedStaging(const QString& folder) override;
+    std::shared_ptr<void> lockFolder(const QString& folder) override;
+    bool isFolder(const QString& path) override;
+    QString resolvedPath(const QString& path) override;
     bool isWritable(const QString& path) override;
     QString displayName(const QString& path) override;
     bool isSameItem(const QString& a, const QString& b) override;

@@ -5,10 +5,15 @@
 #include "RVDesktopEntry.h"
 #include "RVLauncher.h"
 #include "RVLog.h"
+#include "RVPaths.h"
 #include "RVTrash.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+
+#include <pwd.h>
+#include <unistd.h>
 
 RVLinuxWorkspace::RVLinuxWorkspace(std::shared_ptr<RVLauncher> launcher, const QString& localApplications)
     : m_launcher(std::move(launcher)), m_localApplications(localApplications)
@@ -19,12 +24,25 @@ bool RVLinuxWorkspace::recycle(const QString& folder, const QStringList& names)
 {
     const RVTrash trash = RVTrash::forInvokingUser();
     for (const QString& name : names) {
-        const RVTrash::Result result = trash.trash(folder + u'/' + name);
+        const QString path = RVPaths::stringByAppendingPathComponent(folder, name);
+        const RVTrash::Result result = trash.trash(path);
         if (!result.ok) {
             RVLog(QStringLiteral("trash: %@"), result.error);
             return false;
         }
+        std::lock_guard lock(m_recycledMutex);
+        m_recycled.insert(RVPaths::standardizedPath(path), result);
     }
+    return true;
+}
+
+bool RVLinuxWorkspace::putBackRecycled(const QString& path)
+{
+    std::lock_guard lock(m_recycledMutex);
+    const auto found = m_recycled.constFind(RVPaths::standardizedPath(path));
+    if (found == m_recycled.constEnd() || !RVTrash::putBack(*found, found.key()))
+        return false;
+    m_recycled.erase(found);
     return true;
 }
 
@@ -72,5 +90,16 @@ QString RVLinuxWorkspace::localApplicationsDirectory()
 
 QString RVLinuxWorkspace::userApplicationsDirectory()
 {
-    return QDir::homePath() + QStringLiteral("/Applications");
+    return homeDirectory() + QStringLiteral("/Applications");
+}
+
+QString RVLinuxWorkspace::homeDirectory()
+{
+    bool ok = false;
+    const uint uid = qEnvironmentVariable("PKEXEC_UID").toUInt(&ok);
+    if (::getuid() == 0 && ok) {
+        if (const struct passwd* entry = ::getpwuid(uid_t(uid)))
+            return QFile::decodeName(entry->pw_dir);
+    }
+    return QDir::homePath();
 }

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "RVTrash.h"
 #include "RVWorkspace.h"
 
+#include <QHash>
+
 #include <memory>
+#include <mutex>
 
 class RVLauncher;
 
@@ -13,6 +17,7 @@ public:
     RVLinuxWorkspace(std::shared_ptr<RVLauncher> launcher, const QString& localApplications);
 
     bool recycle(const QString& folder, const QStringList& names) override;
+    bool putBackRecycled(const QString& path) override;
     void noteFileSystemChanged(const QString& path) override;
     QString iconForFile(const QString& path) override;
     bool openApplication(const QString& path) override;
@@ -20,8 +25,12 @@ public:
     QStringList loginItems() override;
     QString localApplicationsDirectory() override;
     QString userApplicationsDirectory() override;
+    // The invoking user's home when root runs for PKEXEC_UID, else our own.
+    QString homeDirectory() override;
 
 private:
     std::shared_ptr<RVLauncher> m_launcher;
     QString m_localApplications;
+    std::mutex m_recycledMutex;
+    QHash<QString, RVTrash::Result> m_recycled; // by the path each item had
 };

@@ -1,25 +1,22 @@
 #include "RVTrash.h"
 
+#include "RVPaths.h"
+#include "RVSafePath.h"
+#include "RVStaging.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QUrl>
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <pwd.h>
-#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
-
-QByteArray encoded(const QString& path)
-{
-    return QFile::encodeName(path);
-}
 
 QString lastError(const QString& what)
 {
@@ -29,7 +26,7 @@ QString lastError(const QString& what)
 std::optional<struct stat> lstatOf(const QString& path)
 {
     struct stat info {};
-    if (::lstat(encoded(path).constData(), &info) != 0)
+    if (::lstat(QFile::encodeName(path).constData(), &info) != 0)
         return std::nullopt;
     return info;
 }
@@ -39,7 +36,7 @@ QString mountPointOf(const QString& path, dev_t device)
 {
     QString current = path;
     for (;;) {
-        const QString parent = QFileInfo(current).path();
+        const QString parent = RVPaths::stringByDeletingLastPathComponent(current);
         const auto info = lstatOf(parent);
         if (parent == current || !info || info->st_dev != device)
             return current;
@@ -58,9 +55,19 @@ QString candidateName(const QString& name, int attempt)
     return QStringLiteral("%1 %2%3").arg(name.left(dot)).arg(attempt).arg(name.mid(dot));
 }
 
+gid_t primaryGroupOf(uid_t uid)
+{
+    const struct passwd* entry = ::getpwuid(uid);
+    return entry ? entry->pw_gid : ::getgid();
+}
+
 } // namespace
 
-RVTrash::RVTrash(uid_t uid, const QString& dataHome) : m_uid(uid), m_dataHome(dataHome) {}
+RVTrash::RVTrash(uid_t uid, const QString& dataHome)
+    : m_uid(uid), m_gid(uid == ::getuid() ? ::getgid() : primaryGroupOf(uid)),
+      m_dataHome(RVPaths::standardizedPath(dataHome))
+{
+}
 
 RVTrash RVTrash::forInvokingUser()
 {
@@ -78,113 +85,172 @@ RVTrash RVTrash::forInvokingUser()
     return RVTrash(::getuid(), dataHome);
 }
 
-bool RVTrash::ensureFolder(const QString& path, QString* error) const
+// A folder of the user's: opened without following a link, made (0700, handed to the user)
+// when missing, refused when somebody else owns it.
+RVFd RVTrash::openOwnFolder(int parent, const QByteArray& name, QString* error, const QString& location) const
 {
-    const auto existing = lstatOf(path);
-    if (existing) {
-        if (!S_ISDIR(existing->st_mode) || existing->st_uid != m_uid) {
-            *error = QStringLiteral("%1 is not a folder of uid %2").arg(path).arg(m_uid);
-            return false;
-        }
-        return true;
+    if (::mkdirat(parent, name.constData(), 0700) == 0 &&
+        ::fchownat(parent, name.constData(), m_uid, m_gid, AT_SYMLINK_NOFOLLOW) != 0 && ::geteuid() == 0) {
+        *error = lastError(QStringLiteral("cannot hand over ") + location);
+        return RVFd();
     }
-    if (::mkdir(encoded(path).constData(), 0700) != 0 && errno != EEXIST) {
-        *error = lastError(QStringLiteral("cannot create ") + path);
-        return false;
+    RVFd folder(::openat(parent, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat info {};
+    if (!folder.valid() || ::fstat(folder.get(), &info) != 0) {
+        *error = lastError(QStringLiteral("cannot open ") + location);
+        return RVFd();
     }
-    // Made by root for another user: hand it over, or that user could not restore from it.
-    if (::lchown(encoded(path).constData(), m_uid, gid_t(-1)) != 0 && ::getuid() == 0) {
-        *error = lastError(QStringLiteral("cannot hand over ") + path);
-        return false;
+    if (info.st_uid != m_uid) {
+        *error = QStringLiteral("%1 is not a folder of uid %2").arg(location).arg(m_uid);
+        return RVFd();
     }
-    return true;
+    return folder;
 }
 
-QString RVTrash::trashFolderFor(dev_t device, const QString& itemPath, QString* topdir,
-                                QString* error) const
+RVTrash::Folder RVTrash::openTrashIn(int parent, const QByteArray& name, const QString& location,
+                                     QString* error) const
+{
+    Folder folder;
+    const RVFd trash = openOwnFolder(parent, name, error, location);
+    if (!trash.valid())
+        return folder;
+    folder.files = openOwnFolder(trash.get(), "files", error, location + QStringLiteral("/files"));
+    folder.info = openOwnFolder(trash.get(), "info", error, location + QStringLiteral("/info"));
+    if (!folder.files.valid() || !folder.info.valid())
+        return Folder();
+    folder.location = location;
+    return folder;
+}
+
+// The data folder, with its missing folders made for the user (never root-owned folders in
+// somebody's home).
+RVFd RVTrash::openDataHome(QString* error) const
+{
+    QString existing = m_dataHome;
+    QStringList missing;
+    while (!lstatOf(existing) && existing != u"/") {
+        missing.prepend(RVPaths::lastPathComponent(existing));
+        existing = RVPaths::stringByDeletingLastPathComponent(existing);
+    }
+    RVFd folder = RVSafePath::openFolder(existing);
+    if (!folder.valid())
+        *error = lastError(QStringLiteral("cannot open ") + existing);
+    for (const QString& name : missing) {
+        if (!folder.valid())
+            break;
+        existing = RVPaths::stringByAppendingPathComponent(existing, name);
+        folder = openOwnFolder(folder.get(), QFile::encodeName(name), error, existing);
+    }
+    return folder;
+}
+
+RVTrash::Folder RVTrash::trashFolderFor(dev_t device, const QString& itemPath, QString* error) const
 {
     // The home trash serves items on the file system of the user's data folder.
     QString probe = m_dataHome;
-    while (!lstatOf(probe) && QFileInfo(probe).path() != probe)
-        probe = QFileInfo(probe).path();
+    while (!lstatOf(probe) && probe != u"/")
+        probe = RVPaths::stringByDeletingLastPathComponent(probe);
     const auto home = lstatOf(probe);
     if (home && home->st_dev == device) {
-        QDir().mkpath(m_dataHome);
-        const QString trash = m_dataHome + QStringLiteral("/Trash");
-        if (ensureFolder(trash, error) && ensureFolder(trash + QStringLiteral("/files"), error) &&
-            ensureFolder(trash + QStringLiteral("/info"), error))
-            return trash;
-        return {};
+        const RVFd dataHome = openDataHome(error);
+        if (!dataHome.valid())
+            return Folder();
+        return openTrashIn(dataHome.get(), "Trash", m_dataHome + QStringLiteral("/Trash"), error);
     }
 
-    *topdir = mountPointOf(QFileInfo(itemPath).path(), device);
-    const QString shared = *topdir + QStringLiteral("/.Trash");
-    const auto sharedInfo = lstatOf(shared);
-    if (sharedInfo && S_ISDIR(sharedInfo->st_mode) && (sharedInfo->st_mode & S_ISVTX)) {
-        const QString mine = shared + u'/' + QString::number(m_uid);
-        QString ignored;
-        if (ensureFolder(mine, &ignored) && ensureFolder(mine + QStringLiteral("/files"), &ignored) &&
-            ensureFolder(mine + QStringLiteral("/info"), &ignored))
-            return mine;
+    const QString topdir = mountPointOf(RVPaths::stringByDeletingLastPathComponent(itemPath), device);
+    const RVFd top = RVSafePath::openFolder(topdir);
+    if (!top.valid()) {
+        *error = lastError(QStringLiteral("cannot open ") + topdir);
+        return Folder();
     }
-    const QString own = *topdir + QStringLiteral("/.Trash-") + QString::number(m_uid);
-    if (ensureFolder(own, error) && ensureFolder(own + QStringLiteral("/files"), error) &&
-        ensureFolder(own + QStringLiteral("/info"), error))
-        return own;
-    return {};
+    const QString shared = RVPaths::stringByAppendingPathComponent(topdir, QStringLiteral(".Trash"));
+    // Only a real, sticky folder of root's is a shared trash; a link or anybody's folder is not.
+    const RVFd sharedFolder(::openat(top.get(), ".Trash", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat sharedInfo {};
+    if (sharedFolder.valid() && ::fstat(sharedFolder.get(), &sharedInfo) == 0 &&
+        (sharedInfo.st_mode & S_ISVTX) && sharedInfo.st_uid == 0) {
+        QString ignored;
+        Folder mine = openTrashIn(sharedFolder.get(), QByteArray::number(m_uid),
+                                  shared + u'/' + QString::number(m_uid), &ignored);
+        if (mine.files.valid()) {
+            mine.topdir = topdir;
+            return mine;
+        }
+    }
+    const QByteArray own = ".Trash-" + QByteArray::number(m_uid);
+    Folder folder = openTrashIn(top.get(), own, RVPaths::stringByAppendingPathComponent(topdir, QFile::decodeName(own)), error);
+    folder.topdir = topdir;
+    return folder;
 }
 
 RVTrash::Result RVTrash::trash(const QString& path) const
 {
     Result result;
-    const QString item = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-    const auto info = lstatOf(item);
-    if (!info) {
+    const QString item = RVPaths::standardizedPath(path);
+    const RVSafePath::Parent parent = RVSafePath::openParent(item);
+    struct stat info {};
+    if (!parent.folder.valid() || ::fstatat(parent.folder.get(), parent.name.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
         result.error = lastError(QStringLiteral("cannot find ") + item);
         return result;
     }
-    QString topdir;
-    const QString trash = trashFolderFor(info->st_dev, item, &topdir, &result.error);
-    if (trash.isEmpty())
+    const Folder trash = trashFolderFor(info.st_dev, item, &result.error);
+    if (!trash.files.valid())
         return result;
 
     // Paths in a volume's trash are kept relative to its top, so they survive a remount.
-    const QString recorded = topdir.isEmpty() ? item : item.mid(topdir.size() + 1);
+    QString recorded = item;
+    if (!trash.topdir.isEmpty())
+        recorded = trash.topdir == u"/" ? item.mid(1) : item.mid(trash.topdir.size() + 1);
     const QByteArray contents = "[Trash Info]\nPath=" + QUrl::toPercentEncoding(recorded, "/") +
                                 "\nDeletionDate=" +
                                 QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")).toUtf8() +
                                 "\n";
-    const QString name = QFileInfo(item).fileName();
+    const QString name = QFile::decodeName(parent.name);
     for (int attempt = 1; attempt < 10000; ++attempt) {
-        const QString candidate = candidateName(name, attempt);
-        const QString infoPath = trash + QStringLiteral("/info/") + candidate + QStringLiteral(".trashinfo");
-        const int fd = ::open(encoded(infoPath).constData(),
-                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        const QByteArray candidate = QFile::encodeName(candidateName(name, attempt));
+        const QByteArray infoName = candidate + ".trashinfo";
+        const int fd = ::openat(trash.info.get(), infoName.constData(),
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
         if (fd < 0) {
             if (errno == EEXIST)
                 continue;
-            result.error = lastError(QStringLiteral("cannot create ") + infoPath);
+            result.error = lastError(QStringLiteral("cannot create ") + trash.location + QStringLiteral("/info/") +
+                                     QFile::decodeName(infoName));
             return result;
         }
         const bool written = ::write(fd, contents.constData(), size_t(contents.size())) == contents.size();
-        ::fchown(fd, m_uid, gid_t(-1));
+        ::fchown(fd, m_uid, m_gid);
         ::close(fd);
-        const QString target = trash + QStringLiteral("/files/") + candidate;
-        if (!written || ::renameat2(AT_FDCWD, encoded(item).constData(), AT_FDCWD,
-                                    encoded(target).constData(), RENAME_NOREPLACE) != 0) {
+        if (!written || !RVStaging::renameWithoutReplacing(parent.folder.get(), parent.name.constData(),
+                                                           trash.files.get(), candidate.constData())) {
             const int saved = errno;
-            ::unlink(encoded(infoPath).constData());
+            ::unlinkat(trash.info.get(), infoName.constData(), 0);
             errno = saved;
             if (written && saved == EEXIST)
                 continue; // an item without info holds the name; take the next
-            result.error = lastError(QStringLiteral("cannot move ") + item + QStringLiteral(" to ") + target);
+            result.error = lastError(QStringLiteral("cannot move ") + item + QStringLiteral(" to ") + trash.location);
             return result;
         }
         result.ok = true;
-        result.trashedPath = target;
-        result.infoPath = infoPath;
+        result.trashedPath = trash.location + QStringLiteral("/files/") + QFile::decodeName(candidate);
+        result.infoPath = trash.location + QStringLiteral("/info/") + QFile::decodeName(infoName);
         return result;
     }
-    result.error = QStringLiteral("no free name in ") + trash;
+    result.error = QStringLiteral("no free name in ") + trash.location;
     return result;
+}
+
+bool RVTrash::putBack(const Result& trashed, const QString& originalPath)
+{
+    const RVSafePath::Parent from = RVSafePath::openParent(trashed.trashedPath);
+    const RVSafePath::Parent to = RVSafePath::openParent(originalPath);
+    if (!from.folder.valid() || !to.folder.valid() ||
+        !RVStaging::renameWithoutReplacing(from.folder.get(), from.name.constData(), to.folder.get(),
+                                           to.name.constData()))
+        return false;
+    const RVSafePath::Parent record = RVSafePath::openParent(trashed.infoPath);
+    if (record.folder.valid())
+        ::unlinkat(record.folder.get(), record.name.constData(), 0);
+    return true;
 }

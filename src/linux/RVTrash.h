@@ -1,14 +1,18 @@
 #pragma once
 
+#include "RVFd.h"
+
 #include <QString>
 
 #include <sys/types.h>
 
 // The freedesktop.org Trash, for the user on whose behalf we act: the home trash when the
 // item is on the home's file system, else $topdir/.Trash/$uid (when $topdir/.Trash is a real
-// folder with the sticky bit) or $topdir/.Trash-$uid. The .trashinfo file is written
-// (exclusively) before the item is renamed into the trash; an item is never copied and
-// deleted, so it is either in its place or in the trash.
+// folder with the sticky bit, owned by root) or $topdir/.Trash-$uid. The .trashinfo file is
+// written (exclusively) before the item is renamed into the trash; an item is never copied
+// and deleted, so it is either in its place or in the trash. Every folder and record made
+// for another user (root acting under pkexec) is handed to that user; a trash folder owned
+// by anybody else is refused.
 class RVTrash
 {
 public:
@@ -26,11 +30,24 @@ public:
         QString error;
     };
     Result trash(const QString& path) const;
+    // Puts a trashed item back where it was, never over an item that took its place, and
+    // removes its record.
+    static bool putBack(const Result& trashed, const QString& originalPath);
 
 private:
-    QString trashFolderFor(dev_t device, const QString& itemPath, QString* topdir, QString* error) const;
-    bool ensureFolder(const QString& path, QString* error) const;
+    struct Folder
+    {
+        RVFd files;
+        RVFd info;
+        QString location; // for the answer and the log
+        QString topdir;   // empty for the home trash
+    };
+    Folder trashFolderFor(dev_t device, const QString& itemPath, QString* error) const;
+    Folder openTrashIn(int parent, const QByteArray& name, const QString& location, QString* error) const;
+    RVFd openOwnFolder(int parent, const QByteArray& name, QString* error, const QString& location) const;
+    RVFd openDataHome(QString* error) const;
 
     uid_t m_uid;
+    gid_t m_gid;
     QString m_dataHome;
 };

@@ -1,5 +1,8 @@
 #include "RVTreeCopy.h"
 
+#include "RVFd.h"
+#include "RVSafePath.h"
+
 #include <QFile>
 
 #include <cerrno>
@@ -18,19 +21,7 @@
 
 namespace {
 
-// Closes a descriptor when it goes out of scope.
-struct Fd
-{
-    int fd = -1;
-    explicit Fd(int value) : fd(value) {}
-    ~Fd()
-    {
-        if (fd >= 0)
-            ::close(fd);
-    }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-};
+using Fd = RVFd;
 
 class TreeCopier
 {
@@ -96,16 +87,16 @@ bool TreeCopier::copyFolder(int sourceDir, const char* sourceName, int targetDir
                             const std::string& relative)
 {
     Fd from(::openat(sourceDir, sourceName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (from.fd < 0)
+    if (!from.valid())
         return fail("cannot open folder", relative);
     // Private until it is complete, then the source's mode.
     if (::mkdirat(targetDir, targetName, 0700) != 0)
         return fail("cannot create folder", relative);
     Fd to(::openat(targetDir, targetName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (to.fd < 0)
+    if (!to.valid())
         return fail("cannot open new folder", relative);
 
-    DIR* listing = ::fdopendir(::dup(from.fd));
+    DIR* listing = ::fdopendir(::dup(from.get()));
     if (!listing)
         return fail("cannot list", relative);
     std::vector<std::string> names;
@@ -121,12 +112,12 @@ bool TreeCopier::copyFolder(int sourceDir, const char* sourceName, int targetDir
         return fail("cannot list", relative);
     }
     for (const std::string& name : names) {
-        if (!copy(from.fd, name.c_str(), to.fd, name.c_str(), relative + "/" + name))
+        if (!copy(from.get(), name.c_str(), to.get(), name.c_str(), relative + "/" + name))
             return false;
     }
-    copyAttributes(from.fd, to.fd);
-    copyOwnerAndMode(to.fd, info);
-    keepTimes(to.fd, info);
+    copyAttributes(from.get(), to.get());
+    copyOwnerAndMode(to.get(), info);
+    keepTimes(to.get(), info);
     return true;
 }
 
@@ -146,16 +137,16 @@ bool TreeCopier::copyFile(int sourceDir, const char* sourceName, int targetDir,
         }
     }
     Fd from(::openat(sourceDir, sourceName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    if (from.fd < 0)
+    if (!from.valid())
         return fail("cannot open", relative);
     Fd to(::openat(targetDir, targetName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (to.fd < 0)
+    if (!to.valid())
         return fail("cannot create", relative);
-    if (!copyData(from.fd, to.fd, info.st_size))
+    if (!copyData(from.get(), to.get(), info.st_size))
         return fail("cannot copy", relative);
-    copyAttributes(from.fd, to.fd);
-    copyOwnerAndMode(to.fd, info);
-    keepTimes(to.fd, info);
+    copyAttributes(from.get(), to.get());
+    copyOwnerAndMode(to.get(), info);
+    keepTimes(to.get(), info);
     return true;
 }
 
@@ -258,9 +249,9 @@ bool removeAt(int dir, const char* name)
     if (!S_ISDIR(info.st_mode))
         return ::unlinkat(dir, name, 0) == 0;
     Fd folder(::openat(dir, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (folder.fd < 0)
+    if (!folder.valid())
         return false;
-    DIR* listing = ::fdopendir(::dup(folder.fd));
+    DIR* listing = ::fdopendir(::dup(folder.get()));
     if (!listing)
         return false;
     std::vector<std::string> names;
@@ -271,35 +262,30 @@ bool removeAt(int dir, const char* name)
     ::closedir(listing);
     bool ok = true;
     for (const std::string& child : names)
-        ok = removeAt(folder.fd, child.c_str()) && ok;
+        ok = removeAt(folder.get(), child.c_str()) && ok;
     return ::unlinkat(dir, name, AT_REMOVEDIR) == 0 && ok;
 }
 
 } // namespace
 
-bool RVCopyTree(const QString& source, const QString& target, QString* error)
+bool RVCopyTree(int sourceFolder, const char* sourceName, int targetFolder, const char* targetName,
+                QString* error)
 {
-    const QByteArray from = QFile::encodeName(source);
-    const QByteArray to = QFile::encodeName(target);
-    const qsizetype slash = to.lastIndexOf('/');
-    const QByteArray targetFolder = slash <= 0 ? QByteArray("/") : to.left(slash);
-    const QByteArray targetName = to.mid(slash + 1);
-    Fd folder(::open(targetFolder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.fd < 0) {
-        if (error)
-            *error = QStringLiteral("cannot open %1: %2").arg(QFile::decodeName(targetFolder),
-                                                              QString::fromLocal8Bit(std::strerror(errno)));
-        return false;
-    }
     TreeCopier copier;
-    copier.setRoot(folder.fd, targetName.constData());
-    const bool ok = copier.copy(AT_FDCWD, from.constData(), folder.fd, targetName.constData(), "");
+    copier.setRoot(targetFolder, targetName);
+    const bool ok = copier.copy(sourceFolder, sourceName, targetFolder, targetName, "");
     if (!ok && error)
         *error = copier.error;
     return ok;
 }
 
+bool RVRemoveTree(int folder, const char* name)
+{
+    return removeAt(folder, name);
+}
+
 bool RVRemoveTree(const QString& path)
 {
-    return removeAt(AT_FDCWD, QFile::encodeName(path).constData());
+    const RVSafePath::Parent parent = RVSafePath::openParent(path);
+    return parent.folder.valid() && removeAt(parent.folder.get(), parent.name.constData());
 }

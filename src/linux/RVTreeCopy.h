@@ -7,7 +7,10 @@
 // extended attributes kept. Links are never followed. Precondition: nothing at target and
 // its folder exists. Not atomic: on failure a partial copy may be left at target, which the
 // caller removes.
-bool RVCopyTree(const QString& source, const QString& target, QString* error);
+// Source and target are names inside open folders.
+bool RVCopyTree(int sourceFolder, const char* sourceName, int targetFolder, const char* targetName,
+                QString* error);
 
-// Deletes the item at path for good, a folder with its contents, never following a link.
+// Deletes the item for good, a folder with its contents, never following a link.
+bool RVRemoveTree(int folder, const char* name);
 bool RVRemoveTree(const QString& path);

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <optional>
 
 // The file operations of an installation. Paths are absolute.
@@ -22,6 +23,21 @@ public:
     // (0755). Atomic for the target: the copy is built beside it and renamed into place, so
     // target never holds a partial copy.
     virtual bool copyItem(const QString& source, const QString& target) = 0;
+    // Builds a complete copy of source, as copyItem does, under a hidden staging name beside
+    // target that says which installer made it, and answers that path; null on failure, and
+    // then nothing is left. Missing folders above target are made (0755).
+    virtual QString stageCopy(const QString& source, const QString& target) = 0;
+    // Renames a staged copy to target, never over an item that is there. Atomic.
+    virtual bool moveIntoPlace(const QString& staged, const QString& target) = 0;
+    // Removes for good the staging items in folder whose installer has ended.
+    virtual void removeAbandonedStaging(const QString& folder) = 0;
+    // One installation's exclusive lock on folder (made when missing, 0755), held while the
+    // answer lives; waits while another installation holds it. Null when it cannot be had.
+    virtual std::shared_ptr<void> lockFolder(const QString& folder) = 0;
+    // Whether a folder is at path (a link to one counts).
+    virtual bool isFolder(const QString& path) = 0;
+    // The path with its links resolved, as far as it exists; the rest appended as it stands.
+    virtual QString resolvedPath(const QString& path) = 0;
     // access(W_OK) of the calling user; no for a path that does not exist.
     virtual bool isWritable(const QString& path) = 0;
     // The name the file browser shows for path.

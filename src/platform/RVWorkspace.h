@@ -11,6 +11,9 @@ public:
 
     // Moves the named items of folder to the Trash of the user on whose behalf we act.
     virtual bool recycle(const QString& folder, const QStringList& names) = 0;
+    // Puts the item that recycle took from path back in its place, never over an item
+    // that is there now; whether it is back.
+    virtual bool putBackRecycled(const QString& path) = 0;
     // Nothing to send on Linux: file managers watch with inotify. Kept as one named place.
     virtual void noteFileSystemChanged(const QString& path) = 0;
     // An image file that shows path; null when there is none.
@@ -24,4 +27,6 @@ public:
     // The applications folder of the whole system and of the user.
     virtual QString localApplicationsDirectory() = 0;
     virtual QString userApplicationsDirectory() = 0;
+    // The home folder of the user on whose behalf we act.
+    virtual QString homeDirectory() = 0;
 };

@@ -1,13 +1,16 @@
 // train: the privileged copy tool. pkexec starts it as root with a cleared environment in
 // root's home, so it trusts nothing but its arguments: absolute paths without "..", a real
-// .app folder as the source. It runs the installer's own copy procedure, and the previous
-// copy goes to the Trash of the user who asked (PKEXEC_UID).
+// .app folder as the source, and no symbolic link in any component of any path (the user
+// may own a folder on the way and swap it for a link at any moment). It runs the
+// installer's own copy procedure, with its refusals, and the previous copy goes to the
+// Trash of the user who asked (PKEXEC_UID).
 #include "InstallFunction.h"
 #include "RVLinuxFileManager.h"
 #include "RVLinuxLauncher.h"
 #include "RVLinuxWorkspace.h"
 #include "RVLog.h"
 #include "RVPlatform.h"
+#include "RVSafePath.h"
 
 #include <QDir>
 #include <QFile>
@@ -43,6 +46,7 @@ bool isRealAppFolder(const QString& path)
 int main(int argc, char* argv[])
 {
     RVLogging::setProcessName(QStringLiteral("train"));
+    RVSafePath::setLinksTrusted(false);
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments << QString::fromUtf8(argv[i]);

@@ -29,6 +29,23 @@ public:
         existing.insert(target);
         return true;
     }
+    QString stageCopy(const QString&, const QString& target) override
+    {
+        const QString staged = target + QStringLiteral(".staged");
+        existing.insert(staged);
+        return staged;
+    }
+    bool moveIntoPlace(const QString& staged, const QString& target) override
+    {
+        if (existing.contains(target) || !existing.remove(staged))
+            return false;
+        existing.insert(target);
+        return true;
+    }
+    void removeAbandonedStaging(const QString&) override {}
+    std::shared_ptr<void> lockFolder(const QString& folder) override { return std::make_shared<QString>(folder); }
+    bool isFolder(const QString& path) override { return existing.contains(path); }
+    QString resolvedPath(const QString& path) override { return path; }
     bool isWritable(const QString& path) override { return existing.contains(path) && writable.contains(path); }
     QString displayName(const QString& path) override
     {
@@ -63,6 +80,11 @@ public:
         calls << QStringLiteral("recycle %1 %2").arg(folder, names.join(u','));
         return recycleSucceeds;
     }
+    bool putBackRecycled(const QString& path) override
+    {
+        calls << QStringLiteral("put back ") + path;
+        return true;
+    }
     void noteFileSystemChanged(const QString& path) override { calls << QStringLiteral("changed ") + path; }
     QString iconForFile(const QString& path) override
     {
@@ -82,6 +104,7 @@ public:
     QStringList loginItems() override { return login; }
     QString localApplicationsDirectory() override { return local; }
     QString userApplicationsDirectory() override { return user; }
+    QString homeDirectory() override { return QStringLiteral("/home/u"); }
 };
 
 class FakeAuthorization : public RVAuthorization

@@ -190,20 +190,24 @@ TEST_F(WorkerTest, CancelQuitsWithoutARead)
 namespace {
 
 // A copy that takes its time: it starts, then waits to be let go.
+// Holds the staging copy until the test lets it go.
 class SlowFileManager : public FakeFileManager
 {
 public:
     std::atomic<bool> started{false}, release{false};
-    bool copyItem(const QString& source, const QString& target) override
+    QString stageCopy(const QString& source, const QString& target) override
     {
         started = true;
         while (!release)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        return FakeFileManager::copyItem(source, target);
+        return FakeFileManager::stageCopy(source, target);
     }
 };
 
-TEST_F(WorkerTest, QuittingDuringTheCopyWaitsForItsEnd)
+// Closing the window (or SIGTERM, which main turns into the same call) while the worker
+// runs: the main loop keeps turning, the application ends only with the worker's outcome,
+// and a copy under way is finished, never cut.
+TEST_F(WorkerTest, QuittingWhileTheWorkerRunsWaitsForASafePoint)
 {
     auto slow = std::make_shared<SlowFileManager>();
     slow->existing = files.existing;
@@ -214,18 +218,64 @@ TEST_F(WorkerTest, QuittingDuringTheCopyWaitsForItsEnd)
     controller.install();
     while (!slow->started)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    controller.terminate(); // returns at once: the window stays responsive
+    turnLoopUntil([] { return false; }, 50);
+    EXPECT_EQ(quits.count(), 0);
+    EXPECT_TRUE(controller.isWorking());
+    slow->release = true;
+    EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }));
+    EXPECT_TRUE(slow->existing.contains(QStringLiteral("/Applications/Product.app")));
+}
+
+TEST_F(WorkerTest, QuittingBetweenQuitAttemptsStopsAtOnceWithoutCopying)
+{
+    platform.processTable->add(7, QStringLiteral("Product"), "PROD").politeRequestsToEnd = -1;
+    platform.processTable->processes[7].forceRequestsToEnd = -1;
+    platform.windowSystem->closeResult = RVWindowSystem::CloseResult::NoWindow;
+    std::atomic<bool> sleeping{false}, closed{false};
+    platform.clock->onSleep = [&] {
+        if (sleeping.exchange(true))
+            return;
+        while (!closed)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    };
+    setArguments({});
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    controller.install();
+    while (!sleeping)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    controller.terminate();
+    closed = true;
+    EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }));
+    EXPECT_FALSE(files.existing.contains(QStringLiteral("/Applications/Product.app")));
+    EXPECT_EQ(log.lines().count(QStringLiteral("Quitting 'PROD': Product")), 1); // no further attempt
+}
+
+// The session object may go (main returns) while a worker still reads its arguments: it
+// waits for the worker instead of leaving it a freed object.
+TEST_F(WorkerTest, TheSessionOutlivesItsWorker)
+{
+    auto slow = std::make_shared<SlowFileManager>();
+    slow->existing = files.existing;
+    slow->writable = files.writable;
+    RVPlatform::install({.fileManager = slow});
+    auto session = std::make_unique<InstallerWinController>();
+    session->setView(&view);
+    QStringList words{QStringLiteral("/prog"), QStringLiteral("-sourcePath"), QStringLiteral("/src/Product.app"),
+                      QStringLiteral("-destinationPath"), QStringLiteral("/Applications/Product.app"),
+                      QStringLiteral("-productName"), QStringLiteral("Product")};
+    session->setArguments(RVInstallerArguments::fromArgumentList(words));
+    session->install();
+    while (!slow->started)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     std::thread releaser([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        EXPECT_EQ(quits.count(), 0); // still copying: no quit yet
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
         slow->release = true;
     });
-    controller.terminate(); // the window was closed
+    session.reset();
     EXPECT_TRUE(slow->release);
-    EXPECT_EQ(quits.count(), 1);
     releaser.join();
     EXPECT_TRUE(slow->existing.contains(QStringLiteral("/Applications/Product.app")));
-    while (controller.isWorking())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
 }
 
 } // namespace

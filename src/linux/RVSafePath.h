@@ -1,0 +1,33 @@
+#pragma once
+
+#include "RVFd.h"
+
+#include <QByteArray>
+#include <QString>
+
+// Every file operation of an installation starts here: a path becomes a descriptor of the
+// folder that holds the item, plus the item's name, and everything after that is done
+// relative to the descriptor. When links are not trusted (the privileged tool), no
+// component of the path may be a symbolic link, so a link planted in a middle folder, or a
+// folder swapped for one between a check and its use, cannot redirect root.
+namespace RVSafePath {
+
+// Off in the privileged tool: links in any component are refused (ELOOP).
+void setLinksTrusted(bool trusted);
+bool linksTrusted();
+
+// The folder at an absolute path, opened O_DIRECTORY; invalid (errno set) on failure.
+RVFd openFolder(const QString& path);
+// The same, below an open folder: one name, never a link when links are not trusted.
+RVFd openFolderAt(int folder, const QByteArray& name);
+
+// The folder that holds the item at an absolute path and the item's name. The name is
+// never empty, "." or ".."; invalid folder (errno set) otherwise.
+struct Parent
+{
+    RVFd folder;
+    QByteArray name;
+};
+Parent openParent(const QString& path);
+
+} // namespace RVSafePath
