@@ -109,13 +109,13 @@ int replaceProduct(const QString& source, const QString& destination)
     const bool hadPrevious = files().fileExists(destination);
     if (hadPrevious &&
         !workspace().recycle(stringByDeletingLastPathComponent(destination), {lastPathComponent(destination)})) {
-        files().removeItem(staged);
+        files().discardStaged(staged);
         RVLog(QStringLiteral("ERROR -- Could not trash '%@'"), destination);
         RVLog(QStringLiteral("ERROR -- Could not trash existing %@"), destination);
         return InstallResultTrashFailed;
     }
     if (!files().moveIntoPlace(staged, destination)) {
-        files().removeItem(staged);
+        files().discardStaged(staged);
         if (hadPrevious && !workspace().putBackRecycled(destination))
             RVLog(QStringLiteral("ERROR -- Could not put the previous copy back at %@"), destination);
         RVLog(QStringLiteral("ERROR -- Could not copy myself to %@"), destination);

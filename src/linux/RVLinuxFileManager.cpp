@@ -78,30 +78,56 @@ bool RVLinuxFileManager::removeItem(const QString& path)
 QString RVLinuxFileManager::stageCopy(const QString& source, const QString& target)
 {
     const QString standardized = RVPaths::standardizedPath(target);
-    const RVFd folder = makeFolders(RVPaths::stringByDeletingLastPathComponent(standardized));
+    auto folder = std::make_shared<RVFd>(makeFolders(RVPaths::stringByDeletingLastPathComponent(standardized)));
     const RVSafePath::Parent from = RVSafePath::openParent(source);
-    if (!folder.valid() || !from.folder.valid()) {
+    if (!folder->valid() || !from.folder.valid()) {
         RVLog(QStringLiteral("copy %@ failed: %@"), source, lastError());
         return {};
     }
     const QByteArray staging = RVStaging::stagingName(encoded(RVPaths::lastPathComponent(standardized)));
     QString error;
-    if (!RVCopyTree(from.folder.get(), from.name.constData(), folder.get(), staging.constData(), &error)) {
+    if (!RVCopyTree(from.folder.get(), from.name.constData(), folder->get(), staging.constData(), &error)) {
         RVLog(QStringLiteral("copy %@ failed: %@"), source, error);
-        RVRemoveTree(folder.get(), staging.constData());
+        RVRemoveTree(folder->get(), staging.constData());
         return {};
     }
-    return RVPaths::stringByAppendingPathComponent(RVPaths::stringByDeletingLastPathComponent(standardized),
-                                                   QFile::decodeName(staging));
+    const QString staged = RVPaths::stringByAppendingPathComponent(
+        RVPaths::stringByDeletingLastPathComponent(standardized), QFile::decodeName(staging));
+    std::lock_guard lock(m_stagingMutex);
+    m_stagingFolders.insert(staged, folder);
+    return staged;
+}
+
+std::shared_ptr<RVFd> RVLinuxFileManager::takeStagingFolder(const QString& staged)
+{
+    std::lock_guard lock(m_stagingMutex);
+    return m_stagingFolders.take(staged);
 }
 
 bool RVLinuxFileManager::moveIntoPlace(const QString& staged, const QString& target)
 {
-    const RVSafePath::Parent from = RVSafePath::openParent(staged);
-    const RVSafePath::Parent to = RVSafePath::openParent(target);
-    return from.folder.valid() && to.folder.valid() &&
-           RVStaging::renameWithoutReplacing(from.folder.get(), from.name.constData(), to.folder.get(),
-                                             to.name.constData());
+    const std::shared_ptr<RVFd> folder = takeStagingFolder(staged);
+    RVSafePath::Parent to = RVSafePath::openParent(target);
+    // Staged beside its target: renamed inside the folder it was made in, which stays right
+    // even if the folder itself was moved meanwhile.
+    if (folder && RVPaths::stringByDeletingLastPathComponent(staged) ==
+                      RVPaths::stringByDeletingLastPathComponent(RVPaths::standardizedPath(target)))
+        to.folder = RVFd(::dup(folder->get()));
+    const QByteArray name = encoded(RVPaths::lastPathComponent(staged));
+    const bool placed = folder && to.folder.valid() &&
+                        RVStaging::renameWithoutReplacing(folder->get(), name.constData(), to.folder.get(),
+                                                          to.name.constData());
+    if (!placed && folder) {
+        std::lock_guard lock(m_stagingMutex);
+        m_stagingFolders.insert(staged, folder); // still there, for discardStaged
+    }
+    return placed;
+}
+
+void RVLinuxFileManager::discardStaged(const QString& staged)
+{
+    if (const std::shared_ptr<RVFd> folder = takeStagingFolder(staged))
+        RVRemoveTree(folder->get(), encoded(RVPaths::lastPathComponent(staged)).constData());
 }
 
 bool RVLinuxFileManager::copyItem(const QString& source, const QString& target)
@@ -113,7 +139,7 @@ bool RVLinuxFileManager::copyItem(const QString& source, const QString& target)
         return false;
     if (moveIntoPlace(staged, target))
         return true;
-    RVRemoveTree(staged);
+    discardStaged(staged);
     return false;
 }
 

@@ -1,6 +1,11 @@
 #pragma once
 
+#include "RVFd.h"
 #include "RVFileManager.h"
+
+#include <QHash>
+
+#include <mutex>
 
 class RVLinuxFileManager : public RVFileManager
 {
@@ -11,6 +16,7 @@ public:
     bool copyItem(const QString& source, const QString& target) override;
     QString stageCopy(const QString& source, const QString& target) override;
     bool moveIntoPlace(const QString& staged, const QString& target) override;
+    void discardStaged(const QString& staged) override;
     void removeAbandonedStaging(const QString& folder) override;
     std::shared_ptr<void> lockFolder(const QString& folder) override;
     bool isFolder(const QString& path) override;
@@ -20,4 +26,10 @@ public:
     bool isSameItem(const QString& a, const QString& b) override;
     bool canOpenForReadingAndWriting(const QString& path) override;
     bool createAndRemoveProbeFile(const QString& path) override;
+
+private:
+    // The folder each staged copy was made in, held open until the copy is placed or gone.
+    std::shared_ptr<RVFd> takeStagingFolder(const QString& staged);
+    std::mutex m_stagingMutex;
+    QHash<QString, std::shared_ptr<RVFd>> m_stagingFolders;
 };

@@ -3,6 +3,7 @@
 #include "RVPaths.h"
 #include "RVSafePath.h"
 #include "RVStaging.h"
+#include "RVTreeCopy.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -55,6 +57,33 @@ QString candidateName(const QString& name, int attempt)
     return QStringLiteral("%1 %2%3").arg(name.left(dot)).arg(attempt).arg(name.mid(dot));
 }
 
+// Root acting for a user creates with the user's file-system identity, so that what it
+// makes in the user's trash is the user's from its first instant (a kill cannot leave a
+// root-owned folder there). Per thread; nothing happens for anybody but root.
+class AsUser
+{
+public:
+    AsUser(uid_t uid, gid_t gid) : m_active(::geteuid() == 0 && uid != 0)
+    {
+        if (m_active) {
+            ::setfsgid(gid);
+            ::setfsuid(uid);
+        }
+    }
+    ~AsUser()
+    {
+        if (m_active) {
+            ::setfsuid(0);
+            ::setfsgid(0);
+        }
+    }
+    AsUser(const AsUser&) = delete;
+    AsUser& operator=(const AsUser&) = delete;
+
+private:
+    bool m_active;
+};
+
 gid_t primaryGroupOf(uid_t uid)
 {
     const struct passwd* entry = ::getpwuid(uid);
@@ -89,17 +118,23 @@ RVTrash RVTrash::forInvokingUser()
 // when missing, refused when somebody else owns it.
 RVFd RVTrash::openOwnFolder(int parent, const QByteArray& name, QString* error, const QString& location) const
 {
-    if (::mkdirat(parent, name.constData(), 0700) == 0 &&
-        ::fchownat(parent, name.constData(), m_uid, m_gid, AT_SYMLINK_NOFOLLOW) != 0 && ::geteuid() == 0) {
-        *error = lastError(QStringLiteral("cannot hand over ") + location);
-        return RVFd();
+    bool made;
+    {
+        const AsUser user(m_uid, m_gid);
+        made = ::mkdirat(parent, name.constData(), 0700) == 0;
     }
+    // A volume's top folder is root's: there only root can make the user's trash.
+    if (!made && errno == EACCES && ::mkdirat(parent, name.constData(), 0700) == 0)
+        ::fchownat(parent, name.constData(), m_uid, m_gid, AT_SYMLINK_NOFOLLOW);
     RVFd folder(::openat(parent, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat info {};
     if (!folder.valid() || ::fstat(folder.get(), &info) != 0) {
         *error = lastError(QStringLiteral("cannot open ") + location);
         return RVFd();
     }
+    // Root's own folder where the user's belongs was made by us and cut short: hand it over.
+    if (info.st_uid == 0 && m_uid != 0 && ::geteuid() == 0 && ::fchown(folder.get(), m_uid, m_gid) == 0)
+        info.st_uid = m_uid;
     if (info.st_uid != m_uid) {
         *error = QStringLiteral("%1 is not a folder of uid %2").arg(location).arg(m_uid);
         return RVFd();
@@ -198,11 +233,7 @@ RVTrash::Result RVTrash::trash(const QString& path) const
     if (!trash.files.valid())
         return result;
 
-    // Paths in a volume's trash are kept relative to its top, so they survive a remount.
-    QString recorded = item;
-    if (!trash.topdir.isEmpty())
-        recorded = trash.topdir == u"/" ? item.mid(1) : item.mid(trash.topdir.size() + 1);
-    const QByteArray contents = "[Trash Info]\nPath=" + QUrl::toPercentEncoding(recorded, "/") +
+    const QByteArray contents = "[Trash Info]\nPath=" + recordedPath(item, trash.topdir) +
                                 "\nDeletionDate=" +
                                 QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")).toUtf8() +
                                 "\n";
@@ -210,8 +241,11 @@ RVTrash::Result RVTrash::trash(const QString& path) const
     for (int attempt = 1; attempt < 10000; ++attempt) {
         const QByteArray candidate = QFile::encodeName(candidateName(name, attempt));
         const QByteArray infoName = candidate + ".trashinfo";
-        const int fd = ::openat(trash.info.get(), infoName.constData(),
-                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        int fd;
+        {
+            const AsUser user(m_uid, m_gid);
+            fd = ::openat(trash.info.get(), infoName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        }
         if (fd < 0) {
             if (errno == EEXIST)
                 continue;
@@ -220,7 +254,6 @@ RVTrash::Result RVTrash::trash(const QString& path) const
             return result;
         }
         const bool written = ::write(fd, contents.constData(), size_t(contents.size())) == contents.size();
-        ::fchown(fd, m_uid, m_gid);
         ::close(fd);
         if (!written || !RVStaging::renameWithoutReplacing(parent.folder.get(), parent.name.constData(),
                                                            trash.files.get(), candidate.constData())) {
@@ -232,6 +265,9 @@ RVTrash::Result RVTrash::trash(const QString& path) const
             result.error = lastError(QStringLiteral("cannot move ") + item + QStringLiteral(" to ") + trash.location);
             return result;
         }
+        // Root trashing for a user: the item is the user's now, to restore or to delete.
+        if (::geteuid() == 0 && m_uid != 0)
+            RVChownTree(trash.files.get(), candidate.constData(), m_uid, m_gid);
         result.ok = true;
         result.trashedPath = trash.location + QStringLiteral("/files/") + QFile::decodeName(candidate);
         result.infoPath = trash.location + QStringLiteral("/info/") + QFile::decodeName(infoName);
@@ -239,6 +275,15 @@ RVTrash::Result RVTrash::trash(const QString& path) const
     }
     result.error = QStringLiteral("no free name in ") + trash.location;
     return result;
+}
+
+QByteArray RVTrash::recordedPath(const QString& item, const QString& topdir)
+{
+    // Paths in a volume's trash are kept relative to its top, so they survive a remount.
+    QString recorded = item;
+    if (!topdir.isEmpty())
+        recorded = topdir == u"/" ? item.mid(1) : item.mid(topdir.size() + 1);
+    return QUrl::toPercentEncoding(recorded, "/");
 }
 
 bool RVTrash::putBack(const Result& trashed, const QString& originalPath)

@@ -33,6 +33,9 @@ public:
     // Puts a trashed item back where it was, never over an item that took its place, and
     // removes its record.
     static bool putBack(const Result& trashed, const QString& originalPath);
+    // The Path of an item's record: absolute in the home trash (topdir empty), relative to
+    // the top of the volume in a volume's trash, "/" included; URL-encoded.
+    static QByteArray recordedPath(const QString& item, const QString& topdir);
 
 private:
     struct Folder

@@ -284,6 +284,28 @@ bool RVRemoveTree(int folder, const char* name)
     return removeAt(folder, name);
 }
 
+void RVChownTree(int folder, const char* name, uid_t uid, gid_t gid)
+{
+    struct stat info {};
+    if (::fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return;
+    ::fchownat(folder, name, uid, gid, AT_SYMLINK_NOFOLLOW);
+    if (!S_ISDIR(info.st_mode))
+        return;
+    Fd inner(::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    DIR* listing = inner.valid() ? ::fdopendir(::dup(inner.get())) : nullptr;
+    if (!listing)
+        return;
+    std::vector<std::string> names;
+    while (const dirent* entry = ::readdir(listing)) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+            names.emplace_back(entry->d_name);
+    }
+    ::closedir(listing);
+    for (const std::string& child : names)
+        RVChownTree(inner.get(), child.c_str(), uid, gid);
+}
+
 bool RVRemoveTree(const QString& path)
 {
     const RVSafePath::Parent parent = RVSafePath::openParent(path);

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <sys/types.h>
+
 // Copies the item at source to target like cp -a: folders recursively, symbolic links as
 // links, hard links within the tree as hard links, modes, times, owners (where allowed) and
 // extended attributes kept. Links are never followed. Precondition: nothing at target and
@@ -14,3 +16,6 @@ bool RVCopyTree(int sourceFolder, const char* sourceName, int targetFolder, cons
 // Deletes the item for good, a folder with its contents, never following a link.
 bool RVRemoveTree(int folder, const char* name);
 bool RVRemoveTree(const QString& path);
+
+// Gives the item, a folder with everything in it, to uid and gid, never following a link.
+void RVChownTree(int folder, const char* name, uid_t uid, gid_t gid);

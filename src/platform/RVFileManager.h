@@ -27,8 +27,11 @@ public:
     // target that says which installer made it, and answers that path; null on failure, and
     // then nothing is left. Missing folders above target are made (0755).
     virtual QString stageCopy(const QString& source, const QString& target) = 0;
-    // Renames a staged copy to target, never over an item that is there. Atomic.
+    // Renames a staged copy to target, never over an item that is there. Atomic. The staged
+    // copy is found where it was made, even when its folder has moved meanwhile.
     virtual bool moveIntoPlace(const QString& staged, const QString& target) = 0;
+    // Removes a staged copy that will not be used, wherever its folder is now.
+    virtual void discardStaged(const QString& staged) = 0;
     // Removes for good the staging items in folder whose installer has ended.
     virtual void removeAbandonedStaging(const QString& folder) = 0;
     // One installation's exclusive lock on folder (made when missing, 0755), held while the

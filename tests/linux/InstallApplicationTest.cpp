@@ -231,6 +231,23 @@ TEST(Trash, WritesInfoFirstAndPicksAnotherNameWhenTaken)
     EXPECT_FALSE(trash.trash(tmp.file(QStringLiteral("missing"))).ok);
 }
 
+TEST(Trash, RecordedPathIsRelativeToEveryTopDirectoryAndEncoded)
+{
+    struct Case
+    {
+        const char* item;
+        const char* topdir;
+        const char* recorded;
+    } cases[] = {
+        {"/tmp/Product.app", "/", "tmp/Product.app"},
+        {"/media/stick/Apps/My App.app", "/media/stick", "Apps/My%20App.app"},
+        {"/home/u/Product.app", "", "/home/u/Product.app"},
+        {"/Applications/Caf\u00e9 100%.app", "/", "Applications/Caf%C3%A9%20100%25.app"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(RVTrash::recordedPath(QString::fromUtf8(c.item), QString::fromUtf8(c.topdir)), QByteArray(c.recorded)) << c.item;
+}
+
 TEST(Trash, ActsForAnotherUserWhoCanListTheItem)
 {
     if (::getuid() != 0)

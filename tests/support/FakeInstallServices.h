@@ -42,6 +42,7 @@ public:
         existing.insert(target);
         return true;
     }
+    void discardStaged(const QString& staged) override { existing.remove(staged); }
     void removeAbandonedStaging(const QString&) override {}
     std::shared_ptr<void> lockFolder(const QString& folder) override { return std::make_shared<QString>(folder); }
     bool isFolder(const QString& path) override { return existing.contains(path); }

@@ -1,0 +1,335 @@
+#include "TempDir.h"
+#include "TreeSnapshot.h"
+
+#include <QDirIterator>
+#include <QProcess>
+#include <QRegularExpression>
+
+#include <csignal>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <poll.h>
+#include <pwd.h>
+#include <sys/inotify.h>
+#include <sys/mount.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Every fault at every step of an installation, for the plain copy (the installer's own
+// procedure, run as the user) and the privileged copy (train, run as root for the user):
+// whatever happens, the source is untouched, the destination holds the previous copy or
+// the complete new one (nothing only when a kill falls between the trash and the final
+// rename, and then the previous copy comes back with trash-restore), nothing in the
+// user's home is root's, and the next run succeeds and leaves no debris.
+enum class Step { WrapperItems, Trash, ProductCopy, FinalRename, Launch };
+enum class Fault { Kill, FullDisk, Unreadable, NoTrash, FolderRemoved };
+
+const std::map<Step, const char*> kSteps = {{Step::WrapperItems, "wrapper items"}, {Step::Trash, "trash"},
+                                            {Step::ProductCopy, "product copy"}, {Step::FinalRename, "final rename"},
+                                            {Step::Launch, "launch"}};
+const std::map<Fault, const char*> kFaults = {{Fault::Kill, "SIGKILL"}, {Fault::FullDisk, "full disk"},
+                                              {Fault::Unreadable, "unreadable item"}, {Fault::NoTrash, "no Trash"},
+                                              {Fault::FolderRemoved, "folder removed"}};
+
+struct User
+{
+    uid_t uid = 0;
+    gid_t gid = 0;
+    QString home;
+};
+
+std::optional<User> testUser()
+{
+    const QByteArray name = qgetenv("RV_TEST_USER");
+    const struct passwd* entry = name.isEmpty() ? nullptr : ::getpwnam(name.constData());
+    if (!entry || ::getuid() != 0)
+        return std::nullopt;
+    return User{entry->pw_uid, entry->pw_gid, QFile::decodeName(entry->pw_dir)};
+}
+
+void chownTree(const QString& root, const User& user)
+{
+    ::lchown(QFile::encodeName(root).constData(), user.uid, user.gid);
+    QDirIterator it(root, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        ::lchown(QFile::encodeName(it.next()).constData(), user.uid, user.gid);
+}
+
+QStringList rootOwnedIn(const QString& root)
+{
+    QStringList found;
+    QDirIterator it(root, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        struct stat info {};
+        if (::lstat(QFile::encodeName(path).constData(), &info) == 0 && info.st_uid == 0)
+            found << path;
+    }
+    return found;
+}
+
+// A user's copy cannot keep root as the owner, as cp -a cannot: compare without owners.
+QMap<QString, QByteArray> withoutOwners(QMap<QString, QByteArray> items)
+{
+    for (QByteArray& item : items)
+        item = QString::fromUtf8(item).remove(QRegularExpression(QStringLiteral(" uid=\\d+"))).toUtf8();
+    return items;
+}
+
+QStringList stagingIn(const QString& folder)
+{
+    return QDir(folder).entryList({QStringLiteral("*.velmora-*")}, QDir::AllEntries | QDir::Hidden | QDir::System);
+}
+
+// Watches a folder and acts once when an item with a matching name shows up there (or
+// leaves, for a rename away): the fault is driven by the copy's own progress.
+struct Trigger
+{
+    QString folder;
+    uint32_t mask = 0;
+    std::function<bool(const QString&)> matches;
+};
+
+class FaultMatrix : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        const auto found = testUser();
+        if (!found)
+            GTEST_SKIP() << "needs root and the user of tests/linux/with-test-user.sh";
+        user = *found;
+    }
+
+    struct Run
+    {
+        TempDir tmp;
+        QString source, wrapper, apps, destination;
+        std::optional<QMap<QString, QByteArray>> previous, product;
+    };
+
+    void prepare(Run& run, bool withWrapper, bool smallDisk)
+    {
+        QFile::setPermissions(run.tmp.path(), QFile::permissions(run.tmp.path()) | QFile::ExeOther | QFile::ReadOther);
+        run.source = run.tmp.mkdir(QStringLiteral("src/Suite/Product.app"));
+        run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Info.plist"), "{ CFBundleShortVersionString = \"2\"; }");
+        run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Resources/Big.bin"), QByteArray(48 << 20, 'n'));
+        if (withWrapper) {
+            run.wrapper = run.tmp.file(QStringLiteral("src/Suite"));
+            run.tmp.write(QStringLiteral("src/Suite/Extra.bin"), QByteArray(48 << 20, 'e'));
+        }
+        run.apps = run.tmp.mkdir(QStringLiteral("Apps"));
+        if (smallDisk)
+            m_mount = std::make_unique<QString>(run.apps), ::mount("tmpfs", QFile::encodeName(run.apps).constData(), "tmpfs", 0, "size=40m");
+        run.tmp.write(QStringLiteral("Apps/Suite/Product.app/Contents/Info.plist"), "{ CFBundleShortVersionString = \"1\"; }");
+        run.tmp.write(QStringLiteral("Apps/Suite/Extra.bin"), "old extra");
+        chownTree(run.apps, user);
+        run.destination = run.apps + QStringLiteral("/Suite/Product.app");
+        run.previous = snapshotTree(run.destination);
+        run.product = snapshotTree(run.source);
+        QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), user.home + QStringLiteral("/.local")});
+        const QString share = user.home + QStringLiteral("/.local/share");
+        QDir().mkpath(share);
+        chownTree(user.home, user);
+    }
+
+    void unmount()
+    {
+        if (m_mount)
+            ::umount2(QFile::encodeName(*m_mount).constData(), MNT_DETACH);
+        m_mount.reset();
+    }
+
+    QProcess* start(const Run& run, bool privileged)
+    {
+        auto* process = new QProcess;
+        QProcessEnvironment environment;
+        environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
+        QStringList arguments{run.source, run.destination};
+        if (!run.wrapper.isEmpty())
+            arguments << run.wrapper;
+        if (privileged) {
+            // As pkexec starts it: root, a cleared environment, the asking user's uid.
+            environment.insert(QStringLiteral("PKEXEC_UID"), QString::number(user.uid));
+            process->setProcessEnvironment(environment);
+            process->start(QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/Resources/train"), arguments);
+        } else {
+            environment.insert(QStringLiteral("HOME"), user.home);
+            environment.insert(QStringLiteral("XDG_DATA_HOME"), user.home + QStringLiteral("/.local/share"));
+            process->setProcessEnvironment(environment);
+            process->start(QStringLiteral("/usr/bin/setpriv"),
+                           QStringList{QStringLiteral("--reuid=%1").arg(user.uid), QStringLiteral("--regid=%1").arg(user.gid),
+                                       QStringLiteral("--clear-groups"), QStringLiteral(RV_INSTALL_HELPER), run.apps} +
+                               arguments);
+        }
+        process->waitForStarted();
+        return process;
+    }
+
+    // Runs one installation; when the trigger fires, acts (kill, or move the folder away).
+    // Answers the exit code (-1 when killed) and whether the trigger fired.
+    std::pair<int, bool> install(const Run& run, bool privileged, const std::optional<Trigger>& trigger,
+                                 const std::function<void(qint64 pid)>& act)
+    {
+        const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+        if (trigger)
+            ::inotify_add_watch(watch, QFile::encodeName(trigger->folder).constData(), trigger->mask);
+        std::unique_ptr<QProcess> process(start(run, privileged));
+        bool fired = !trigger;
+        while (process->state() != QProcess::NotRunning) {
+            pollfd ready{watch, POLLIN, 0};
+            if (!fired && ::poll(&ready, 1, 5) > 0) {
+                alignas(inotify_event) char buffer[4096];
+                const ssize_t length = ::read(watch, buffer, sizeof buffer);
+                for (ssize_t at = 0; at < length && !fired;) {
+                    const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+                    at += ssize_t(sizeof(inotify_event) + event->len);
+                    if (event->len && trigger->matches(QFile::decodeName(event->name))) {
+                        act(process->processId());
+                        fired = true;
+                    }
+                }
+            }
+            process->waitForFinished(fired ? 30000 : 1);
+        }
+        ::close(watch);
+        const int code = process->exitStatus() == QProcess::CrashExit ? -1 : process->exitCode();
+        return {code, fired};
+    }
+
+    bool restoreAsUser(const Run& run)
+    {
+        QProcess restore;
+        QProcessEnvironment environment;
+        environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
+        environment.insert(QStringLiteral("HOME"), user.home);
+        environment.insert(QStringLiteral("XDG_DATA_HOME"), user.home + QStringLiteral("/.local/share"));
+        restore.setProcessEnvironment(environment);
+        restore.start(QStringLiteral("/usr/bin/setpriv"),
+                      {QStringLiteral("--reuid=%1").arg(user.uid), QStringLiteral("--regid=%1").arg(user.gid),
+                       QStringLiteral("--clear-groups"), QStringLiteral("trash-restore"), run.destination});
+        restore.write("0\n");
+        restore.closeWriteChannel();
+        restore.waitForFinished(20000);
+        return snapshotTree(run.destination) == *run.previous;
+    }
+
+    // A file of the user's where the Trash folder belongs.
+    void blockTrash()
+    {
+        const QString path = user.home + QStringLiteral("/.local/share/Trash");
+        QFile(path).open(QIODevice::WriteOnly);
+        ::lchown(QFile::encodeName(path).constData(), user.uid, user.gid);
+    }
+
+    User user;
+    std::unique_ptr<QString> m_mount;
+};
+
+TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
+{
+    struct Cell
+    {
+        Fault fault;
+        Step step;
+    };
+    const std::vector<Cell> cells = {
+        {Fault::Kill, Step::WrapperItems},      {Fault::Kill, Step::Trash},          {Fault::Kill, Step::ProductCopy},
+        {Fault::Kill, Step::FinalRename},       {Fault::Kill, Step::Launch},         {Fault::FullDisk, Step::WrapperItems},
+        {Fault::FullDisk, Step::ProductCopy},   {Fault::Unreadable, Step::WrapperItems},
+        {Fault::Unreadable, Step::ProductCopy}, {Fault::NoTrash, Step::Trash},       {Fault::FolderRemoved, Step::ProductCopy},
+        {Fault::FolderRemoved, Step::FinalRename},
+    };
+    std::map<std::pair<bool, std::pair<Step, Fault>>, std::string> matrix;
+    for (const bool privileged : {false, true}) {
+        for (const Cell& cell : cells) {
+            const std::string where = std::string(privileged ? "privileged" : "plain") + ", " + kFaults.at(cell.fault) +
+                                      " at " + kSteps.at(cell.step);
+            auto& outcome = matrix[{privileged, {cell.step, cell.fault}}];
+            if (privileged && cell.fault == Fault::Unreadable) {
+                outcome = "n/a (root reads all)";
+                continue;
+            }
+            Run run;
+            prepare(run, cell.step == Step::WrapperItems, cell.fault == Fault::FullDisk);
+            const QString suite = run.apps + QStringLiteral("/Suite");
+            const QString unreadable = cell.step == Step::WrapperItems ? QStringLiteral("/src/Suite/Extra.bin")
+                                                                       : QStringLiteral("/src/Suite/Product.app/Contents/Resources/Big.bin");
+            if (cell.fault == Fault::Unreadable)
+                ::chmod(QFile::encodeName(run.tmp.path() + unreadable).constData(), 0);
+            if (cell.fault == Fault::NoTrash)
+                blockTrash();
+
+            std::optional<Trigger> trigger;
+            const auto startsWith = [](const char* prefix) {
+                return [prefix](const QString& name) { return name.startsWith(QString::fromUtf8(prefix)); };
+            };
+            if (cell.fault == Fault::Kill || cell.fault == Fault::FolderRemoved) {
+                switch (cell.step) {
+                case Step::WrapperItems: trigger = Trigger{suite, IN_CREATE, startsWith(".Extra.bin.velmora-")}; break;
+                case Step::Trash: trigger = Trigger{user.home + QStringLiteral("/.local/share"), IN_CREATE, startsWith("Trash")}; break;
+                case Step::ProductCopy: trigger = Trigger{suite, IN_CREATE, startsWith(".Product.app.velmora-")}; break;
+                case Step::FinalRename: trigger = Trigger{suite, IN_MOVED_FROM, [](const QString& n) { return n == u"Product.app"; }}; break;
+                case Step::Launch: trigger = Trigger{suite, IN_MOVED_TO, [](const QString& n) { return n == u"Product.app"; }}; break;
+                }
+            }
+            const QString moved = run.apps + QStringLiteral("/Suite.moved");
+            const auto act = [&](qint64 pid) {
+                if (cell.fault == Fault::Kill)
+                    ::kill(pid_t(pid), SIGKILL);
+                else
+                    QDir().rename(suite, moved);
+            };
+            const auto [code, fired] = install(run, privileged, trigger, act);
+            EXPECT_TRUE(fired) << where << ": the step was never reached";
+
+            // Invariants after the fault.
+            EXPECT_EQ(snapshotTree(run.source).size(), run.product->size()) << where;
+            const QString destination = cell.fault == Fault::FolderRemoved && QFile::exists(moved)
+                                            ? moved + QStringLiteral("/Product.app") : run.destination;
+            const auto now = snapshotTree(destination);
+            if (now == *run.previous)
+                outcome = "previous kept";
+            else if (withoutOwners(now) == withoutOwners(*run.product))
+                outcome = "new copy";
+            else if (!QFile::exists(destination) && cell.fault == Fault::Kill &&
+                     (cell.step == Step::Trash || cell.step == Step::FinalRename) && restoreAsUser(run))
+                outcome = "empty; restored from Trash";
+            else
+                ADD_FAILURE() << where << ": destination neither previous nor new copy", outcome = "DAMAGED";
+            outcome += " (exit " + std::to_string(code) + ")";
+            EXPECT_EQ(rootOwnedIn(user.home), QStringList()) << where;
+
+            // The fault removed, the next run succeeds and leaves no debris.
+            if (cell.fault == Fault::FullDisk)
+                ::mount("tmpfs", QFile::encodeName(run.apps).constData(), "tmpfs", MS_REMOUNT, "size=256m");
+            if (cell.fault == Fault::Unreadable)
+                ::chmod(QFile::encodeName(run.tmp.path() + unreadable).constData(), 0644);
+            if (cell.fault == Fault::NoTrash)
+                QFile::remove(user.home + QStringLiteral("/.local/share/Trash"));
+            const auto [again, unused] = install(run, privileged, std::nullopt, {});
+            EXPECT_EQ(again, 0) << where << ": the next run";
+            EXPECT_EQ(withoutOwners(snapshotTree(run.destination)), withoutOwners(*run.product)) << where;
+            for (const QString& folder : {run.apps, suite, moved})
+                EXPECT_EQ(stagingIn(folder), QStringList()) << where << " in " << folder.toStdString();
+            EXPECT_EQ(rootOwnedIn(user.home), QStringList()) << where;
+            unmount();
+        }
+    }
+    std::cout << "fault matrix (rows: step; columns: fault):\n";
+    for (const bool privileged : {false, true}) {
+        std::cout << (privileged ? "privileged copy (train as root)\n" : "plain copy (as the user)\n");
+        for (const auto& [step, stepName] : kSteps) {
+            for (const auto& [fault, faultName] : kFaults) {
+                const auto found = matrix.find({privileged, {step, fault}});
+                if (found != matrix.end())
+                    std::cout << "  " << stepName << " x " << faultName << ": " << found->second << "\n";
+            }
+        }
+    }
+}
+
+} // namespace
