@@ -332,4 +332,90 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
     }
 }
 
+// Two installers of one large product at once take turns: both succeed, the product is
+// complete, and each installation put one previous copy into the Trash.
+TEST_F(FaultMatrix, TwoInstallersOfOneProductTakeTurns)
+{
+    Run run;
+    prepare(run, false, false);
+    run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Resources/Big.bin"), QByteArray(160 << 20, 'n'));
+    run.product = snapshotTree(run.source);
+    std::unique_ptr<QProcess> first(start(run, false)), second(start(run, false));
+    ASSERT_TRUE(first->waitForFinished(60000) && second->waitForFinished(60000));
+    EXPECT_EQ(first->exitCode(), 0) << first->readAllStandardError().toStdString();
+    EXPECT_EQ(second->exitCode(), 0) << second->readAllStandardError().toStdString();
+    EXPECT_EQ(withoutOwners(snapshotTree(run.destination)), withoutOwners(*run.product));
+    const QStringList trashed = QDir(user.home + QStringLiteral("/.local/share/Trash/files")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    EXPECT_EQ(trashed, (QStringList{QStringLiteral("Product 2.app"), QStringLiteral("Product.app")}));
+    EXPECT_EQ(snapshotTree(user.home + QStringLiteral("/.local/share/Trash/files/Product.app")), *run.previous);
+    EXPECT_EQ(stagingIn(run.apps + QStringLiteral("/Suite")), QStringList());
+}
+
+// A user who owns a folder on the way to the destination, or the volume's trash, swaps it
+// for a link to somebody else's tree in a tight loop while root's tool works. Whatever each
+// installation answers, the other tree stays byte for byte as it was.
+TEST_F(FaultMatrix, PlantedLinksNeverRedirectTheRootTool)
+{
+    Run run;
+    prepare(run, false, false);
+    run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Resources/Big.bin"), "small");
+    const QString victim = run.tmp.mkdir(QStringLiteral("victim"));
+    run.tmp.write(QStringLiteral("victim/Product.app/Contents/Info.plist"), "{ CFBundleShortVersionString = \"victim\"; }");
+    run.tmp.write(QStringLiteral("victim/files/Product.app/keep"), "victim's");
+    run.tmp.write(QStringLiteral("victim/info/keep"), "victim's");
+    const auto victimBefore = snapshotTree(victim);
+
+    const QString volume = run.tmp.mkdir(QStringLiteral("volume"));
+    if (::mount("tmpfs", QFile::encodeName(volume).constData(), "tmpfs", 0, "mode=1777,size=64m") != 0)
+        GTEST_SKIP() << "mounting a tmpfs needs root";
+    m_mount = std::make_unique<QString>(volume);
+    struct Attack
+    {
+        const char* name;
+        QString owned;   // the user's folder whose item is swapped
+        QString swapped; // the item's name there
+        QString destination;
+    };
+    run.tmp.mkdir(QStringLiteral("volume/mine/Apps"));
+    run.tmp.mkdir(QStringLiteral("volume/.Trash-%1").arg(user.uid));
+    chownTree(volume + QStringLiteral("/mine"), user);
+    chownTree(volume + QStringLiteral("/.Trash-%1").arg(user.uid), user);
+    const Attack attacks[] = {
+        {"a middle folder of the destination", run.apps, QStringLiteral("Suite"), run.destination},
+        {"the volume's trash", volume, QStringLiteral(".Trash-%1").arg(user.uid), volume + QStringLiteral("/mine/Apps/Product.app")},
+    };
+    for (const Attack& attack : attacks) {
+        // perl is part of every Debian system: rename and symlink are its plain system calls.
+        const QString loop = QStringLiteral(
+            "my ($d, $n, $v) = @ARGV; while (1) { rename(\"$d/$n\", \"$d/$n.real\"); symlink($v, \"$d/$n\"); "
+            "rename(\"$d/$n\", \"$d/$n.link\"); unlink(\"$d/$n.link\"); rename(\"$d/$n.real\", \"$d/$n\"); }");
+        QProcess attacker;
+        attacker.start(QStringLiteral("/usr/bin/setpriv"),
+                       {QStringLiteral("--reuid=%1").arg(user.uid), QStringLiteral("--regid=%1").arg(user.gid),
+                        QStringLiteral("--clear-groups"), QStringLiteral("perl"), QStringLiteral("-e"), loop, attack.owned,
+                        attack.swapped, victim});
+        ASSERT_TRUE(attacker.waitForStarted());
+        Run target;
+        target.source = run.source;
+        target.destination = attack.destination;
+        target.apps = run.apps;
+        std::map<int, int> answers;
+        for (int round = 0; round < 40; ++round) {
+            std::unique_ptr<QProcess> tool(start(target, true));
+            tool->waitForFinished(30000);
+            ++answers[tool->exitCode()];
+        }
+        attacker.kill();
+        attacker.waitForFinished();
+        EXPECT_EQ(snapshotTree(victim), victimBefore) << attack.name;
+        std::cout << "attack on " << attack.name << ": 40 runs of train, exit codes";
+        for (const auto& [code, count] : answers)
+            std::cout << " " << code << " x" << count;
+        std::cout << "; the other tree unchanged: " << (snapshotTree(victim) == victimBefore ? "yes" : "NO") << std::endl;
+        // Put the swapped item back where the loop may have left it.
+        QDir(attack.owned).rename(attack.swapped + QStringLiteral(".real"), attack.swapped);
+    }
+    unmount();
+}
+
 } // namespace
