@@ -5,6 +5,17 @@
 #include "RVProcess.h"
 #include "RVAudioModule.h"
 #include "TempDir.h"
+#include "TestApplication.h"
+#include "TreeSnapshot.h"
+#include "RVLinuxFileManager.h"
+#include "RVLinuxLauncher.h"
+#include "RVLinuxWorkspace.h"
+#include "RVPkexecAuthorization.h"
+#include "RVTerminationSignal.h"
+
+#include <atomic>
+#include <csignal>
+#include <thread>
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -140,6 +151,111 @@ TEST_F(WindowTest, ClosingTheWindowQuits)
     start(window, controller);
     window.close();
     EXPECT_EQ(quits.count(), 1);
+}
+
+// Closing the window, or SIGTERM, while an installation runs: the window keeps painting,
+// the application ends only when the worker has reached a safe point, and the destination
+// holds the previous copy or the complete new one, never half of it.
+TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
+{
+    static std::function<void()> onSignal;
+    static const bool installed = [] {
+        RVTerminationSignal::install([] {
+            if (onSignal)
+                onSignal();
+        });
+        return true;
+    }();
+    ASSERT_TRUE(installed);
+    enum class Phase { Quitting, Copy, PrivilegedCopy };
+    const QString passThrough = tmp.write(QStringLiteral("pkexec-pass.sh"), "#!/bin/sh\nexec \"$@\"\n",
+                                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    for (const Phase phase : {Phase::Quitting, Phase::Copy, Phase::PrivilegedCopy}) {
+        for (const bool viaSignal : {false, true}) {
+            const std::string where = std::to_string(int(phase)) + (viaSignal ? " SIGTERM" : " close");
+            TempDir scratch;
+            const QString source = scratch.mkdir(QStringLiteral("src/Product.app/Contents"));
+            scratch.write(QStringLiteral("src/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; }");
+            scratch.write(QStringLiteral("src/Product.app/Contents/Big.bin"), QByteArray(192 << 20, 'n'));
+            scratch.write(QStringLiteral("Apps/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; }");
+            const QString destination = scratch.file(QStringLiteral("Apps/Product.app"));
+            const auto previous = snapshotTree(destination);
+            const auto product = snapshotTree(scratch.file(QStringLiteral("src/Product.app")));
+            RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(),
+                                 .workspace = std::make_shared<RVLinuxWorkspace>(std::make_shared<RVLinuxLauncher>(),
+                                                                                 scratch.file(QStringLiteral("Apps"))),
+                                 .authorization = std::make_shared<RVPkexecAuthorization>(passThrough)});
+            platform.windowSystem->optionKeyDown = phase == Phase::PrivilegedCopy;
+            std::atomic<bool> sleeping{false}, released{false};
+            platform.clock->onSleep = [&] {
+                if (phase == Phase::Quitting && !sleeping.exchange(true))
+                    while (!released)
+                        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            };
+            RVProcess::resetCacheForTesting();
+            platform.processTable->processes.clear();
+            if (phase == Phase::Quitting) {
+                platform.processTable->add(7, QStringLiteral("Product"), "PROD").politeRequestsToEnd = -1;
+                platform.processTable->processes[7].forceRequestsToEnd = -1;
+                platform.windowSystem->closeResult = RVWindowSystem::CloseResult::NoWindow;
+            }
+
+            InstallerWindow window;
+            InstallerWinController controller;
+            QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+            platform.facts->arguments = {platform.facts->executable, QStringLiteral("-sourcePath"), scratch.file(QStringLiteral("src/Product.app")),
+                                         QStringLiteral("-destinationPath"), destination};
+            controller.setView(&window);
+            window.connectController(&controller);
+            controller.awakeFromNib();
+            window.show();
+            onSignal = [&controller] { controller.terminate(); };
+            child<QPushButton>(window, "installButton")->click();
+            const auto staged = [&] {
+                return !QDir(scratch.file(QStringLiteral("Apps"))).entryList({QStringLiteral(".Product.app.velmora-*")},
+                                                                              QDir::AllEntries | QDir::Hidden).isEmpty();
+            };
+            ASSERT_TRUE(turnLoopUntil([&] { return phase == Phase::Quitting ? bool(sleeping) : staged(); }, 20000)) << where;
+            if (viaSignal)
+                ::kill(::getpid(), SIGTERM);
+            else
+                window.close();
+            released = true;
+
+            int paints = 0;
+            bool paintedWhileWorking = false;
+            struct PaintCounter : QObject
+            {
+                int* paints;
+                InstallerWinController* controller;
+                bool* whileWorking;
+                bool eventFilter(QObject*, QEvent* event) override
+                {
+                    if (event->type() == QEvent::Paint) {
+                        ++*paints;
+                        *whileWorking = *whileWorking || controller->isWorking();
+                    }
+                    return false;
+                }
+            } filter;
+            filter.paints = &paints;
+            filter.controller = &controller;
+            filter.whileWorking = &paintedWhileWorking;
+            window.installEventFilter(&filter);
+            window.update();
+            EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }, 60000)) << where;
+            EXPECT_GT(paints, 0) << where;
+            if (phase != Phase::Quitting)
+                EXPECT_TRUE(paintedWhileWorking) << where << ": the window waited without painting";
+            EXPECT_EQ(QDir(scratch.file(QStringLiteral("Apps"))).entryList({QStringLiteral(".*velmora-*")}, QDir::AllEntries | QDir::Hidden),
+                      QStringList()) << where;
+            const auto now = snapshotTree(destination);
+            EXPECT_TRUE(now == (phase == Phase::Quitting ? previous : product)) << where;
+            onSignal = nullptr;
+            platform.clock->onSleep = nullptr;
+            turnLoopUntil([&] { return !controller.isWorking(); });
+        }
+    }
 }
 
 } // namespace
