@@ -1,5 +1,7 @@
 #include "RVBundle.h"
 
+#include "RVPaths.h"
+
 #include "RVLog.h"
 #include "RVPlatform.h"
 #include "RVPropertyList.h"
@@ -24,7 +26,7 @@ QString infoPlistPath(const QString& bundlePath, RVBundle::Layout layout)
 
 } // namespace
 
-RVBundle::RVBundle(const QString& path, Layout layout) : m_path(path), m_layout(layout) {}
+RVBundle::RVBundle(const QString& path, Layout layout) : m_path(RVPaths::standardizedPath(path)), m_layout(layout) {}
 
 std::optional<RVBundle> RVBundle::bundleWithPath(const QString& path)
 {

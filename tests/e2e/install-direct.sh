@@ -3,17 +3,7 @@
 # German, with Alt held at the click, takes the privileged path (a stand-in for pkexec that
 # runs the tool as it is) and installs. The final page is kept as a screenshot.
 set -euo pipefail
-build=$1
-artifacts="$build/test-artifacts"
-mkdir -p "$artifacts"
-work=$(mktemp -d)
-cleanup() {
-    xdotool keyup alt 2>/dev/null || true
-    pkill -f "$work/" 2>/dev/null || true
-    rm -rf "$work"
-}
-trap cleanup EXIT
-fail() { echo "e2e: $*" >&2; cat "$work/installer.log" >&2 || true; exit 1; }
+source "$(dirname "$0")/common.sh"
 
 export HOME="$work/home" XDG_DATA_HOME="$work/share" VELMORA_APPLICATIONS_DIR="$work/Applications"
 export LANG=de_DE.UTF-8 LANGUAGE=de

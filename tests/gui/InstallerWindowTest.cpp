@@ -180,7 +180,7 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
             scratch.write(QStringLiteral("Apps/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; }");
             const QString destination = scratch.file(QStringLiteral("Apps/Product.app"));
             const auto previous = snapshotTree(destination);
-            const auto product = snapshotTree(scratch.file(QStringLiteral("src/Product.app")));
+            const auto copied = snapshotTree(scratch.file(QStringLiteral("src/Product.app")));
             RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(),
                                  .workspace = std::make_shared<RVLinuxWorkspace>(std::make_shared<RVLinuxLauncher>(),
                                                                                  scratch.file(QStringLiteral("Apps"))),
@@ -245,12 +245,13 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
             window.update();
             EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }, 60000)) << where;
             EXPECT_GT(paints, 0) << where;
-            if (phase != Phase::Quitting)
+            if (phase != Phase::Quitting) {
                 EXPECT_TRUE(paintedWhileWorking) << where << ": the window waited without painting";
+            }
             EXPECT_EQ(QDir(scratch.file(QStringLiteral("Apps"))).entryList({QStringLiteral(".*velmora-*")}, QDir::AllEntries | QDir::Hidden),
                       QStringList()) << where;
             const auto now = snapshotTree(destination);
-            EXPECT_TRUE(now == (phase == Phase::Quitting ? previous : product)) << where;
+            EXPECT_TRUE(now == (phase == Phase::Quitting ? previous : copied)) << where;
             onSignal = nullptr;
             platform.clock->onSleep = nullptr;
             turnLoopUntil([&] { return !controller.isWorking(); });

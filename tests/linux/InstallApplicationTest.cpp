@@ -141,13 +141,52 @@ TEST_F(InstallApplicationTest, InstallingOverItselfDestroysNothing)
     EXPECT_FALSE(QFile::exists(dataHome + QStringLiteral("/Trash/files/Product.app")));
 }
 
-TEST_F(InstallApplicationTest, DestinationInsideTheSourceIsRefused)
+TEST_F(InstallApplicationTest, RefusalsComeBeforeAnythingMoves)
 {
-    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
-    const auto before = snapshotTree(source);
-    EXPECT_EQ(InstallApplication(source, source + QStringLiteral("/Contents/Product.app"), QString()),
-              InstallResultCopyFailed);
-    EXPECT_EQ(snapshotTree(source), before);
+    const QString source = makeProduct(QStringLiteral("src/Suite/Product.app"), "2");
+    makeProduct(QStringLiteral("Applications/Product.app"), "1");
+    tmp.write(QStringLiteral("Applications/Other.app/Contents/Info.plist"), "{}");
+    tmp.write(QStringLiteral("Folder/keep"), "mine");
+    tmp.write(QStringLiteral("Plain.app"), "a file named like a bundle");
+    QFile::link(source, tmp.file(QStringLiteral("SourceLink")));
+    const QString home = QDir::homePath();
+    struct Case
+    {
+        const char* name;
+        QString source, destination, wrapper;
+    } cases[] = {
+        {"source is a file", tmp.file(QStringLiteral("Plain.app")), applications + QStringLiteral("/Product.app"), {}},
+        {"source is missing", tmp.file(QStringLiteral("src/Missing.app")), applications + QStringLiteral("/Product.app"), {}},
+        {"destination is a plain folder", source, tmp.file(QStringLiteral("Folder")), {}},
+        {"destination with a slash is a plain folder", source, tmp.file(QStringLiteral("Folder/")), {}},
+        {"destination is the root", source, QStringLiteral("/"), {}},
+        {"destination is the applications folder", source, applications + u'/', {}},
+        {"destination is home", source, home, {}},
+        {"source inside the destination bundle", tmp.file(QStringLiteral("src/Suite/Product.app/Contents/Inner.app")),
+         tmp.file(QStringLiteral("src/Suite/Product.app")), {}},
+        {"destination inside the source", source, source + QStringLiteral("/Contents/Product.app"), {}},
+        {"destination inside the source through a link", source, tmp.file(QStringLiteral("SourceLink/Contents/P.app")), {}},
+        {"wrapper is its own target folder", source, tmp.file(QStringLiteral("src/Suite/Other.app")), tmp.file(QStringLiteral("src/Suite"))},
+        {"wrapper's target folder holds the source", source, tmp.file(QStringLiteral("src/Product.app")), tmp.file(QStringLiteral("src/Suite"))},
+    };
+    tmp.mkdir(QStringLiteral("src/Suite/Product.app/Contents/Inner.app"));
+    for (const Case& c : cases) {
+        const auto before = snapshotTree(tmp.path());
+        const qsizetype seen = log.lines().size();
+        EXPECT_EQ(InstallApplication(c.source, c.destination, c.wrapper), InstallResultCopyFailed) << c.name;
+        EXPECT_EQ(snapshotTree(tmp.path()), before) << c.name;
+        EXPECT_TRUE(log.lines().value(seen).startsWith(QStringLiteral("ERROR -- "))) << c.name;
+    }
+}
+
+// A name as long as the file system allows still leaves room for the staging copy's.
+TEST_F(InstallApplicationTest, LongestNamesStillStage)
+{
+    const QString name = QString(120, QChar(0x00e9)) + QStringLiteral(".app"); // 244 bytes in UTF-8
+    const QString source = makeProduct(QStringLiteral("src/") + name, "2");
+    const QString destination = makeProduct(QStringLiteral("Applications/") + name, "1");
+    ASSERT_EQ(InstallApplication(source, destination, QString()), InstallResultSuccess) << log.lines().join(u'\n').toStdString();
+    EXPECT_TRUE(versionAt(destination).contains(u'2'));
 }
 
 TEST_F(InstallApplicationTest, TrashThatCannotBeMadeLeavesThePreviousCopyUntouched)

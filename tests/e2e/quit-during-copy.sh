@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# End to end, under X11: the built installer, started with named arguments on a large
+# product, is told to quit in the middle of the copy (the window closed through the window
+# manager, or SIGTERM), for the plain and the privileged copy. It must stay up until the
+# copy has ended and leave the complete product, no staging copy, and the previous copy
+# in the Trash.
+set -euo pipefail
+source "$(dirname "$0")/common.sh"
+
+export HOME="$work/home" XDG_DATA_HOME="$work/share" LANG=C.UTF-8
+mkdir -p "$HOME/Library/Logs"
+installer_log="$HOME/Library/Logs/VelmoraInstaller.log"
+printf '#!/bin/sh\nexec "$@"\n' >"$work/pkexec"
+chmod +x "$work/pkexec"
+export VELMORA_PKEXEC="$work/pkexec"
+demo="$build/demo/Velmora Demo.app"
+installer="$demo/Contents/Resources/VelmoraInstaller.app/Contents/MacOS/VelmoraInstaller"
+source="$work/src/Velmora Demo.app"
+mkdir -p "$work/src"
+cp -a "$demo" "$source"
+head -c 600M /dev/zero | tr '\0' 'v' >"$source/Contents/Resources/Large.bin"
+
+runs=0
+for how in close sigterm privileged-sigterm; do
+    runs=$((runs + 1))
+    apps="$work/Applications-$how"
+    mkdir -p "$apps"
+    cp -a "$demo" "$apps/Velmora Demo.app"
+    "$installer" -sourcePath "$source/" -destinationPath "$apps/Velmora Demo.app" -productName "Velmora Demo" \
+        -quitCode XXXX &
+    pid=$!
+    window=$(xdotool search --sync --onlyvisible --pid "$pid" | head -1) || fail "$how: no window"
+    sleep 0.3
+    if [[ $how == privileged-* ]]; then
+        xdotool windowactivate --sync "$window" keydown alt key Return
+    else
+        xdotool windowactivate --sync "$window" key Return
+    fi
+    for _ in $(seq 1 2000); do
+        compgen -G "$apps/.Velmora Demo.app.velmora-*" >/dev/null && break
+        sleep 0.005
+    done
+    compgen -G "$apps/.Velmora Demo.app.velmora-*" >/dev/null || fail "$how: the copy never started"
+    xdotool keyup alt
+    case $how in
+        close) wmctrl -i -c "$window" ;;
+        *) kill -TERM "$pid" ;;
+    esac
+    sleep 0.05
+    kill -0 "$pid" 2>/dev/null || fail "$how: quit in the middle of the copy"
+    import -window "$window" "$artifacts/quitting-$how.png" 2>/dev/null || true
+    for _ in $(seq 1 600); do
+        kill -0 "$pid" 2>/dev/null || break
+        sleep 0.1
+    done
+    kill -0 "$pid" 2>/dev/null && fail "$how: never quit"
+    [[ $(stat -c %s "$apps/Velmora Demo.app/Contents/Resources/Large.bin") -eq $((600 << 20)) ]] ||
+        fail "$how: the product is not complete"
+    compgen -G "$apps/.*velmora-*" >/dev/null && fail "$how: a staging copy was left"
+    [[ $(ls "$XDG_DATA_HOME/Trash/files" | wc -l) -eq $runs ]] || fail "$how: the previous copy is not in the Trash"
+    pkill -f "$apps/" 2>/dev/null || true # the product it launched
+    echo "e2e: $how during the copy waited for it; product complete"
+done
