@@ -179,22 +179,32 @@ protected:
             ::inotify_add_watch(watch, QFile::encodeName(trigger->folder).constData(), trigger->mask);
         std::unique_ptr<QProcess> process(start(run, privileged));
         bool fired = !trigger;
-        while (process->state() != QProcess::NotRunning) {
+        // Reads what the watch saw; true when the trigger's item showed up.
+        const auto sawTrigger = [&](int timeout) {
             pollfd ready{watch, POLLIN, 0};
-            if (!fired && ::poll(&ready, 1, 5) > 0) {
-                alignas(inotify_event) char buffer[4096];
-                const ssize_t length = ::read(watch, buffer, sizeof buffer);
-                for (ssize_t at = 0; at < length && !fired;) {
-                    const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
-                    at += ssize_t(sizeof(inotify_event) + event->len);
-                    if (event->len && trigger->matches(QFile::decodeName(event->name))) {
-                        act(process->processId());
-                        fired = true;
-                    }
-                }
+            if (::poll(&ready, 1, timeout) <= 0)
+                return false;
+            alignas(inotify_event) char buffer[4096];
+            const ssize_t length = ::read(watch, buffer, sizeof buffer);
+            for (ssize_t at = 0; at < length;) {
+                const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+                at += ssize_t(sizeof(inotify_event) + event->len);
+                if (event->len && trigger->matches(QFile::decodeName(event->name)))
+                    return true;
+            }
+            return false;
+        };
+        while (process->state() != QProcess::NotRunning) {
+            if (!fired && sawTrigger(5)) {
+                act(process->processId());
+                fired = true;
             }
             process->waitForFinished(fired ? 30000 : 1);
         }
+        // The last step and the end can come within a millisecond: the step was reached
+        // even if the process ended before the fault could land.
+        for (int batch = 0; batch < 64 && !fired; ++batch)
+            fired = sawTrigger(0);
         ::close(watch);
         const int code = process->exitStatus() == QProcess::CrashExit ? -1 : process->exitCode();
         return {code, fired};
