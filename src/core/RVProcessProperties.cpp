@@ -5,6 +5,7 @@
 #include "RVLog.h"
 #include "RVNumbers.h"
 #include "RVPlatform.h"
+#include "RVPropertyList.h"
 
 #include <QStringList>
 
@@ -183,8 +184,9 @@ bool RVProcess::isAtLeastVersion(const QString& other)
     for (qsizetype i = 0;; ++i) {
         if (i >= mine.size() && i >= theirs.size())
             return true;
-        const int a = i < mine.size() ? mine[i].toInt() : 0;
-        const int b = i < theirs.size() ? theirs[i].toInt() : 0;
+        // Each part counts by its leading number: "1b3" is 1.
+        const int a = i < mine.size() ? RVLeadingInt(mine[i]) : 0;
+        const int b = i < theirs.size() ? RVLeadingInt(theirs[i]) : 0;
         if (a != b)
             return a > b;
     }
@@ -202,8 +204,7 @@ bool RVProcess::isBackgroundOnly()
     if (!info)
         return false;
     for (const char* key : {"LSBackgroundOnly", "LSUIElement"}) {
-        const QVariant value = info->value(QString::fromLatin1(key));
-        if (value.isValid() && (value.toBool() || value.toString() == u"YES" || value.toString() == u"true"))
+        if (RVPropertyList::boolValue(info->value(QString::fromLatin1(key))))
             return true;
     }
     return false;

@@ -139,4 +139,24 @@ Result fromData(const QByteArray& data)
     return fromOpenStep(data);
 }
 
+bool boolValue(const QVariant& value)
+{
+    if (!value.isValid())
+        return false;
+    if (value.typeId() != QMetaType::QString && value.typeId() != QMetaType::QByteArray)
+        return value.toBool();
+    const QString text = value.toString();
+    qsizetype at = 0;
+    while (at < text.size() && text[at].isSpace())
+        ++at;
+    if (at < text.size() && (text[at] == u'+' || text[at] == u'-'))
+        ++at;
+    while (at < text.size() && text[at] == u'0')
+        ++at;
+    if (at >= text.size())
+        return false;
+    const QChar first = text[at];
+    return first == u'Y' || first == u'y' || first == u'T' || first == u't' || (first >= u'1' && first <= u'9');
+}
+
 } // namespace RVPropertyList

@@ -25,4 +25,9 @@ Result fromData(const QByteArray& data);
 Result fromXmlOrBinary(const QByteArray& data);
 Result fromOpenStep(const QByteArray& data);
 
+// A value read as a yes/no, as the platform reads one: booleans as they are, numbers
+// non-zero, text yes when (after blanks, a sign and leading zeros) it starts with Y, y, T, t
+// or a digit 1-9 ("YES", "true", "1"; "NO", "false", "0" and OpenStep's unquoted words are no).
+bool boolValue(const QVariant& value);
+
 } // namespace RVPropertyList

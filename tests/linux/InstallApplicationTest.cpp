@@ -5,7 +5,6 @@
 #include "RVLinuxWorkspace.h"
 #include "RVTrash.h"
 #include "TempDir.h"
-#include "TmpfsMount.h"
 #include "TreeSnapshot.h"
 
 #include <QProcess>
@@ -204,45 +203,7 @@ TEST_F(InstallApplicationTest, TrashThatCannotBeMadeLeavesThePreviousCopyUntouch
                            QStringLiteral("ERROR -- Could not trash existing %1").arg(destination)}));
 }
 
-TEST_F(InstallApplicationTest, FullDiskLeavesThePreviousCopyInPlace)
-{
-    const QString volume = tmp.mkdir(QStringLiteral("volume"));
-    const TmpfsMount mount(volume, "size=1m");
-    if (!mount.mounted())
-        GTEST_SKIP() << "mounting a tmpfs needs root";
-
-    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
-    tmp.write(QStringLiteral("src/Product.app/Contents/Resources/Big.bin"), QByteArray(3 * 1024 * 1024, 'b'));
-    const QString destination = makeProduct(QStringLiteral("volume/Product.app"), "1");
-    const auto previous = snapshotTree(destination);
-
-    EXPECT_EQ(InstallApplication(source, destination, QString()), InstallResultCopyFailed);
-    EXPECT_TRUE(log.lines().contains(QStringLiteral("ERROR -- Could not copy myself to %1").arg(destination)));
-    EXPECT_EQ(snapshotTree(destination), previous);
-    const QStringList leftovers = QDir(volume).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-    EXPECT_EQ(leftovers, QStringList{QStringLiteral("Product.app")});
-}
-
-TEST_F(InstallApplicationTest, UnreadableSourceItemFailsWithoutAPartialCopy)
-{
-    if (::getuid() != 0)
-        GTEST_SKIP() << "needs root to run the copy tool as another user";
-    // Root reads everything, so the copy runs as nobody through the real tool.
-    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
-    const QString secret = tmp.write(QStringLiteral("src/Product.app/Contents/Resources/Secret"), "x");
-    QFile::setPermissions(secret, {});
-    const QString target = tmp.mkdir(QStringLiteral("target"));
-    ::chown(QFile::encodeName(target).constData(), 65534, 65534);
-    QFile::setPermissions(tmp.path(), QFile::permissions(tmp.path()) | QFile::ExeOther | QFile::ReadOther);
-    QProcess train;
-    train.start(QStringLiteral("/usr/bin/setpriv"),
-                {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"), QStringLiteral("--clear-groups"),
-                 QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/Resources/train"), source,
-                 target + QStringLiteral("/Product.app")});
-    ASSERT_TRUE(train.waitForFinished(20000));
-    EXPECT_EQ(train.exitCode(), InstallResultCopyFailed) << train.readAllStandardError().toStdString();
-    EXPECT_TRUE(QDir(target).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
-}
+// A full disk, unreadable items and kills at every step: FaultMatrixTest.cpp.
 
 TEST(Trash, WritesInfoFirstAndPicksAnotherNameWhenTaken)
 {

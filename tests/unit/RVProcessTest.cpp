@@ -174,7 +174,8 @@ TEST_F(ProcessTest, SignatureTextsAndVersionTests)
         const char* other;
         bool expected;
     } cases[] = {{"2.0", "2.0.1", false}, {"2.0", "1.9.9", true}, {"2", "2.0", true},
-                 {"2.0.1", "2.0", true}, {"10.0", "9.9", true}, {"1.2", "1.10", false}};
+                 {"2.0.1", "2.0", true}, {"10.0", "9.9", true}, {"1.2", "1.10", false},
+                 {"1b3", "1", true}, {"1b3", "2", false}, {"2.0b1", "2.0", true}, {"2.0", "2.1a", false}};
     TempDir tmp;
     pid_t pid = 60;
     for (const auto& c : cases) {
@@ -205,6 +206,15 @@ TEST_F(ProcessTest, KindStoreAndLaunchDate)
     EXPECT_EQ(platform.workspace->calls.count(QStringLiteral("icon /Applications/J.app")), 2); // kept
     EXPECT_FALSE(p->isClassic());
     EXPECT_TRUE(p->isBackgroundOnly());
+    // Property-list yes/no in every spelling a bundle uses; OpenStep lists store text.
+    const std::pair<QVariant, bool> flags[] = {{QStringLiteral("NO"), false}, {QStringLiteral("YES"), true},
+                                               {QStringLiteral("false"), false}, {QStringLiteral("0"), false},
+                                               {QStringLiteral("1"), true}, {qlonglong(0), false}, {true, true}};
+    pid_t flagged = 40;
+    for (const auto& [value, expected] : flags) {
+        table.add(++flagged, QStringLiteral("F"), "FFFF").info = {{QStringLiteral("LSUIElement"), value}};
+        EXPECT_EQ(RVProcess::processWithPID(flagged)->isBackgroundOnly(), expected) << value.toString().toStdString();
+    }
     EXPECT_EQ(p->launchDate(), QDateTime::fromMSecsSinceEpoch(1'700'000'000'500, Qt::UTC));
     EXPECT_FLOAT_EQ(p->cpuTime(), 2.25f);
 
