@@ -32,6 +32,8 @@ void InstallerWinController::showSetupError(const QString& message)
     // An error before the title was filled in leaves its placeholder; show no title then.
     if (m_view->windowTitle().contains(u'%'))
         m_view->setWindowTitle(QStringLiteral(""));
+    // Start-up ends here: without the window the user would never see why, nor its "OK".
+    bringWindowToFront();
 }
 
 void InstallerWinController::systemVersionAlertDidEnd(int returnCode)

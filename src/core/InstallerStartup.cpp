@@ -122,6 +122,13 @@ void InstallerWinController::showSystemVersionAlert(const QString& version, cons
                       [this](int answer) { systemVersionAlertDidEnd(answer); });
 }
 
+void InstallerWinController::bringWindowToFront()
+{
+    m_view->bringToFront();
+    if (const RVProcess::Ptr own = RVProcess::currentProcess())
+        own->setFrontProcess();
+}
+
 void InstallerWinController::awakeFromNib()
 {
     redirectLogIfStartedWithArguments();
@@ -207,9 +214,7 @@ void InstallerWinController::awakeFromNib()
         selectTab(1);
     m_view->setImageHidden(RVInstallerView::Image::Checkmark, true);
 
-    m_view->bringToFront();
-    if (const RVProcess::Ptr own = RVProcess::currentProcess())
-        own->setFrontProcess();
+    bringWindowToFront();
 
     if (!systemNewEnough)
         showSystemVersionAlert(version, minimum);

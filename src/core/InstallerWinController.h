@@ -100,6 +100,7 @@ private:
     bool completeSourcePath();
     void showProductIcon(const std::optional<RVBundle>& product);
     void fillPageTexts(const QString& version, bool hasDocumentation);
+    void bringWindowToFront();
     void showSystemVersionAlert(const QString& version, const QString& minimum);
 
     std::optional<RVInstallerArguments> m_arguments;

@@ -136,6 +136,7 @@ TEST_F(StartupTest, SetupErrorsEndStartUpOnTheFinalPage)
     EXPECT_EQ(view.title, QStringLiteral("")); // the placeholder was never filled
     EXPECT_EQ(view.buttonTitles[Button::Install], QStringLiteral("OK"));
     EXPECT_TRUE(view.hiddenButtons.contains(Button::Cancel));
+    EXPECT_TRUE(view.inFront); // shown, so that "OK" can end it
     EXPECT_TRUE(log.lines().contains(QStringLiteral("shortened path = %1").arg(tmp.path())));
     EXPECT_TRUE(log.lines().contains(QStringLiteral("shortened path = /")));
 }
@@ -148,6 +149,7 @@ TEST_F(StartupTest, MissingSignatureKeepsTheTitleAndTheDestination)
     start({});
     EXPECT_TRUE(controller.finished());
     EXPECT_EQ(other.title, QStringLiteral("Product Installer"));
+    EXPECT_TRUE(other.inFront);
     EXPECT_EQ(argument(RVInstallerKeyDestinationPath), QStringLiteral("/Applications/Product.app"));
     EXPECT_EQ(log.lines().last(), QStringLiteral("missing product signature"));
 }
