@@ -108,6 +108,7 @@ private:
     bool m_finished = false;
     bool isStopping() const { return m_stopRequested; }
     void workerEnded();
+    void terminateAfter(double milliseconds);
 
     mutable std::mutex m_workerMutex;
     std::condition_variable m_workerEnd;

@@ -11,6 +11,10 @@
 #include <QMetaObject>
 #include <QTimer>
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
 namespace {
 constexpr int kQuitRetries = 3;
 } // namespace
@@ -114,7 +118,22 @@ void InstallerWinController::installationFinished(const QString& outcome)
     const float seconds = float(RVLeadingDouble(delayText));
     RVLog(QStringLiteral("quit delay: %1.1f"), seconds);
     if (seconds > 0)
-        QTimer::singleShot(int(double(seconds) * 1000.0), this, [this] { terminate(); });
+        terminateAfter(double(seconds) * 1000.0);
+}
+
+void InstallerWinController::terminateAfter(double milliseconds)
+{
+    // A timer counts at most ~24.8 days of milliseconds; a longer delay is taken in steps,
+    // and an infinite one never ends.
+    if (std::isinf(milliseconds))
+        return;
+    const double step = std::min(milliseconds, double(std::numeric_limits<int>::max()));
+    QTimer::singleShot(int(step), this, [this, rest = milliseconds - step] {
+        if (rest > 0)
+            terminateAfter(rest);
+        else
+            terminate();
+    });
 }
 
 void InstallerWinController::playDoneSound()

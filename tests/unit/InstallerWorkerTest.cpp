@@ -159,7 +159,9 @@ TEST_F(WorkerTest, CompletionDelayQuitsOnlyForAPositiveNumber)
         const char* line;
         bool quits;
     } cases[] = {{"0.05", "quit delay: 0.1", true}, {"0", "quit delay: 0.0", false},
-                 {"soon", "quit delay: 0.0", false}, {"0.2x", "quit delay: 0.2", true}};
+                 {"soon", "quit delay: 0.0", false}, {"0.2x", "quit delay: 0.2", true},
+                 // Beyond a timer's ~24.8 days of milliseconds: still the value, not at once.
+                 {"3000000", "quit delay: 3000000.0", false}, {"1e300", "quit delay: inf", false}};
     for (const auto& c : cases) {
         InstallerWinController session;
         FakeInstallerView fresh;
