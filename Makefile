@@ -5,6 +5,9 @@ TSAN_DIR       ?= build-tsan
 FUZZ_DIR       ?= build-fuzz
 FUZZ_SECONDS   ?= 15
 JOBS           ?= $(shell nproc)
+# Caches shared between checkouts in different folders (CI clones afresh).
+export CCACHE_BASEDIR := $(CURDIR)
+export CCACHE_NOHASHDIR := 1
 CTEST_FLAGS    ?= --output-on-failure -j$(JOBS) --timeout 300
 
 .PHONY: all deps build test unit sanitize tsan fuzz bench demo format clean

@@ -206,6 +206,9 @@ void InstallerWindow::closeEvent(QCloseEvent* event)
 
 void InstallerWindow::reject()
 {
-    if (m_controller)
-        m_controller->cancel();
+    // Escape is the Cancel button's key: it does what a click would, and nothing while the
+    // button is disabled (an installation runs) or hidden (the final page).
+    QPushButton* cancel = m_ui->cancelButton;
+    if (cancel->isEnabled() && !cancel->isHidden())
+        cancel->click();
 }

@@ -24,6 +24,7 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QStackedWidget>
+#include <QTest>
 #include <QTextBrowser>
 
 #include <gtest/gtest.h>
@@ -141,6 +142,25 @@ TEST_F(WindowTest, SystemVersionAlertIsAWindowModalSheetWithTwoAnswers)
     EXPECT_EQ(quits.count(), 1);
     ASSERT_EQ(platform.launcher->requests.size(), 1u);
     EXPECT_TRUE(platform.launcher->requests[0].arguments.first().endsWith(QStringLiteral("/downloads/archive/")));
+}
+
+TEST_F(WindowTest, EscapeActsAsTheCancelButtonWouldAndOnlyWhenItCan)
+{
+    enum class State { Ready, Installing, Finished };
+    for (const State state : {State::Ready, State::Installing, State::Finished}) {
+        InstallerWindow window;
+        InstallerWinController controller;
+        QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+        start(window, controller);
+        child<QPushButton>(window, "installButton")->click(); // to page 1, where Cancel is "Go Back"
+        if (state == State::Installing)
+            window.setButtonEnabled(RVInstallerView::Button::Cancel, false);
+        if (state == State::Finished)
+            controller.showFinalMessage(QStringLiteral("%@ was successfully installed."));
+        QTest::keyClick(&window, Qt::Key_Escape);
+        EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), state == State::Ready ? 0 : 1) << int(state);
+        EXPECT_EQ(quits.count(), 0) << int(state);
+    }
 }
 
 TEST_F(WindowTest, ClosingTheWindowQuits)
