@@ -33,7 +33,7 @@ int main(int argc, char* argv[])
     // a request to terminate.
     QObject::connect(
         &controller, &InstallerWinController::terminateRequested, &application,
-        [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
+        [&controller] { QCoreApplication::exit(controller.exitStatus()); }, Qt::QueuedConnection);
     // A signal to end is a close of the window: a copy under way finishes first.
     RVTerminationSignal::install([&controller] { controller.terminate(); });
     controller.awakeFromNib();

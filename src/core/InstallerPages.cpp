@@ -28,6 +28,7 @@ void InstallerWinController::selectTab(int page)
 void InstallerWinController::showSetupError(const QString& message)
 {
     RVLog(QStringLiteral("%@"), message);
+    m_exitStatus = ExitSetupError;
     showFinalMessage(message);
     // An error before the title was filled in leaves its placeholder; show no title then.
     if (m_view->windowTitle().contains(u'%'))

@@ -110,6 +110,7 @@ void InstallerWinController::fillPageTexts(const QString& version, bool hasDocum
 
 void InstallerWinController::showSystemVersionAlert(const QString& version, const QString& minimum)
 {
+    m_exitStatus = ExitSystemTooOld;
     const QString name = argument(RVInstallerKeyProductName);
     const QString message = RVFormat(
         RVLocalizedString(QStringLiteral("%1$@ %2$@ cannot be installed on this computer because it requires Mac OS X %3$@ or newer.")),

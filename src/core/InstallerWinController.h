@@ -51,6 +51,9 @@ public:
     // point (between quitting attempts, or after the copy) and the application ends when
     // its outcome arrives; the window stays responsive meanwhile.
     Q_INVOKABLE void terminate();
+    // What the application's exit status tells a calling program.
+    enum ExitStatus { ExitSucceeded = 0, ExitFailed = 1, ExitCancelled = 2, ExitSetupError = 3, ExitSystemTooOld = 4 };
+    int exitStatus() const { return m_exitStatus; }
     // Whether an installation worker runs (tests wait for it).
     bool isWorking() const;
 
@@ -106,6 +109,7 @@ private:
     std::optional<RVInstallerArguments> m_arguments;
     RVInstallerView* m_view = nullptr;
     bool m_finished = false;
+    int m_exitStatus = ExitCancelled; // until an installation has an outcome
     bool isStopping() const { return m_stopRequested; }
     void workerEnded();
     void terminateAfter(double milliseconds);

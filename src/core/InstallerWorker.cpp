@@ -94,6 +94,7 @@ void InstallerWinController::animateProgress(const QString& flag)
 
 void InstallerWinController::installationFinished(const QString& outcome)
 {
+    m_exitStatus = outcome.isNull() ? ExitSucceeded : outcome.isEmpty() ? ExitCancelled : ExitFailed;
     if (!outcome.isNull()) {
         m_view->setFieldText(RVInstallerView::Field::Message, outcome);
         m_view->setButtonEnabled(RVInstallerView::Button::Cancel, true);

@@ -54,6 +54,9 @@ for how in close sigterm privileged-sigterm; do
         sleep 0.1
     done
     kill -0 "$pid" 2>/dev/null && fail "$how: never quit"
+    status=0
+    wait "$pid" || status=$?
+    ((status == 0)) || fail "$how: exit status $status after a successful installation"
     [[ $(stat -c %s "$apps/Velmora Demo.app/Contents/Resources/Large.bin") -eq $((600 << 20)) ]] ||
         fail "$how: the product is not complete"
     compgen -G "$apps/.*velmora-*" >/dev/null && fail "$how: a staging copy was left"

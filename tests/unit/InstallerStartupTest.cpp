@@ -137,6 +137,7 @@ TEST_F(StartupTest, SetupErrorsEndStartUpOnTheFinalPage)
     EXPECT_EQ(view.buttonTitles[Button::Install], QStringLiteral("OK"));
     EXPECT_TRUE(view.hiddenButtons.contains(Button::Cancel));
     EXPECT_TRUE(view.inFront); // shown, so that "OK" can end it
+    EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitSetupError);
     EXPECT_TRUE(log.lines().contains(QStringLiteral("shortened path = %1").arg(tmp.path())));
     EXPECT_TRUE(log.lines().contains(QStringLiteral("shortened path = /")));
 }
@@ -221,6 +222,7 @@ TEST_F(StartupTest, TooOldSystemShowsTheAlertAndBothAnswersQuit)
         platform.facts->arguments = QStringList{platform.facts->executable} + c.words;
         session.awakeFromNib();
         EXPECT_EQ(fresh.alert.has_value(), c.alert) << c.words.join(u' ').toStdString();
+        EXPECT_EQ(session.exitStatus(), c.alert ? InstallerWinController::ExitSystemTooOld : InstallerWinController::ExitCancelled);
     }
     FakeInstallerView fresh;
     InstallerWinController session;

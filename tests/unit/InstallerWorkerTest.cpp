@@ -71,6 +71,7 @@ TEST_F(WorkerTest, SuccessShowsTheFinalPageAndPlaysTheSound)
     setArguments({QStringLiteral("-completionSound"), QStringLiteral("YES")});
     installAndWait();
     EXPECT_TRUE(controller.finished());
+    EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitSucceeded);
     EXPECT_EQ(view.texts[Field::Intro], QStringLiteral("Product was successfully installed."));
     EXPECT_FALSE(view.hiddenImages.contains(RVInstallerView::Image::Checkmark));
     EXPECT_TRUE(view.hiddenButtons.contains(Button::Cancel));
@@ -122,6 +123,7 @@ TEST_F(WorkerTest, ACopyThatNeverQuitsCancelsWithTheHiddenMessage)
     EXPECT_FALSE(view.disabledButtons.contains(Button::Cancel));
     EXPECT_FALSE(controller.finished());
     EXPECT_FALSE(files.existing.contains(QStringLiteral("/Applications/Product.app")));
+    EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitFailed);
 }
 
 TEST_F(WorkerTest, FailuresCarryTheManualHintUnlessAWrapperIsUsed)
@@ -149,6 +151,7 @@ TEST_F(WorkerTest, CancelledDialogLeavesAnEmptyMessageAndUsableButtons)
     installAndWait();
     EXPECT_EQ(view.texts[Field::Message], QStringLiteral(""));
     EXPECT_TRUE(view.disabledButtons.isEmpty());
+    EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitCancelled);
 }
 
 TEST_F(WorkerTest, CompletionDelayQuitsOnlyForAPositiveNumber)
