@@ -34,10 +34,7 @@ Paths resolved(const QString& source, const QString& destination, const QString&
 {
     Paths paths;
     paths.source = files().resolvedPath(source);
-    // The destination's own name is kept: a link there is an item to replace, not a way.
-    paths.destination = stringByAppendingPathComponent(
-        files().resolvedPath(stringByDeletingLastPathComponent(RVPaths::standardizedPath(destination))),
-        lastPathComponent(destination));
+    paths.destination = ResolvedDestination(destination);
     paths.wrapper = wrapper.isEmpty() ? QString() : files().resolvedPath(wrapper);
     paths.targetFolder = stringByDeletingLastPathComponent(paths.destination);
     return paths;
@@ -125,6 +122,13 @@ int replaceProduct(const QString& source, const QString& destination)
 }
 
 } // namespace
+
+QString ResolvedDestination(const QString& destination)
+{
+    return stringByAppendingPathComponent(
+        files().resolvedPath(stringByDeletingLastPathComponent(RVPaths::standardizedPath(destination))),
+        lastPathComponent(destination));
+}
 
 int InstallApplication(const QString& source, const QString& destination, const QString& wrapper)
 {

@@ -4,7 +4,6 @@
 #include "RVBundle.h"
 #include "RVInstallerInterface.h"
 #include "RVLog.h"
-#include "RVPaths.h"
 #include "RVPlatform.h"
 #include "RVProcess.h"
 
@@ -122,10 +121,7 @@ bool InstallerWinController::authorizedInstallToWrapCanceled(const QString& sour
     // The tool trusts no link in any path; the links of the user's own paths are resolved
     // here, on the user's side.
     RVFileManager& files = RVPlatform::current().fileManager();
-    QStringList arguments{files.resolvedPath(source),
-                          RVPaths::stringByAppendingPathComponent(
-                              files.resolvedPath(RVPaths::stringByDeletingLastPathComponent(destination)),
-                              RVPaths::lastPathComponent(destination))};
+    QStringList arguments{files.resolvedPath(source), ResolvedDestination(destination)};
     if (!wrapper.isEmpty())
         arguments << files.resolvedPath(wrapper);
 

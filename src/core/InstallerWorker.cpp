@@ -40,10 +40,9 @@ void InstallerWinController::installThread()
     }
 
     QString outcome;
-    running = isStopping() ? QString() : processToQuitStillRunning();
     if (isStopping()) {
         outcome = QStringLiteral(""); // the user quit before anything was copied
-    } else if (!running.isNull()) {
+    } else if (running = processToQuitStillRunning(); !running.isNull()) {
         RVLog(QStringLiteral("%@ refused to quit; installation cancelled"), running);
         outcome = RVFormat(RVLocalizedString(QStringLiteral(
                                "%1$@ cannot be running during the installation.\rQuit %1$@, then click \"Install\" again.")),

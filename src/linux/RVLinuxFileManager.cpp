@@ -34,23 +34,11 @@ QString lastError()
 // (/Applications usually does not exist before the first installation).
 RVFd makeFolders(const QString& path)
 {
-    QString existing = path;
-    QStringList missing;
-    struct stat info {};
-    while (::lstat(encoded(existing).constData(), &info) != 0 && existing != u"/") {
-        missing.prepend(RVPaths::lastPathComponent(existing));
-        existing = RVPaths::stringByDeletingLastPathComponent(existing);
-    }
-    RVFd folder = RVSafePath::openFolder(existing);
-    for (const QString& name : missing) {
-        if (!folder.valid())
-            break;
-        const QByteArray part = encoded(name);
-        if (::mkdirat(folder.get(), part.constData(), 0755) != 0 && errno != EEXIST)
+    return RVSafePath::openOrMakeFolder(path, [](int parent, const QByteArray& name, const QString&) {
+        if (::mkdirat(parent, name.constData(), 0755) != 0 && errno != EEXIST)
             return RVFd();
-        folder = RVSafePath::openFolderAt(folder.get(), part);
-    }
-    return folder;
+        return RVSafePath::openFolderAt(parent, name);
+    });
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <linux/openat2.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 
 namespace RVSafePath {
@@ -65,6 +66,29 @@ RVFd openFolder(const QString& path)
 RVFd openFolderAt(int folder, const QByteArray& name)
 {
     return RVFd(::openat(folder, name.constData(), kFolderFlags | (g_linksTrusted ? 0 : O_NOFOLLOW)));
+}
+
+QString nearestExisting(const QString& path)
+{
+    QString existing = path;
+    struct stat info {};
+    while (existing != u"/" && ::lstat(QFile::encodeName(existing).constData(), &info) != 0)
+        existing = RVPaths::stringByDeletingLastPathComponent(existing);
+    return existing;
+}
+
+RVFd openOrMakeFolder(const QString& path, const MakeFolder& make)
+{
+    QString location = nearestExisting(path);
+    const QStringList missing = path.mid(location.size()).split(u'/', Qt::SkipEmptyParts);
+    RVFd folder = openFolder(location);
+    for (const QString& name : missing) {
+        if (!folder.valid())
+            break;
+        location = RVPaths::stringByAppendingPathComponent(location, name);
+        folder = make(folder.get(), QFile::encodeName(name), location);
+    }
+    return folder;
 }
 
 Parent openParent(const QString& path)

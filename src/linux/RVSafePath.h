@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <functional>
+
 // Every file operation of an installation starts here: a path becomes a descriptor of the
 // folder that holds the item, plus the item's name, and everything after that is done
 // relative to the descriptor. When links are not trusted (the privileged tool), no
@@ -20,6 +22,14 @@ bool linksTrusted();
 RVFd openFolder(const QString& path);
 // The same, below an open folder: one name, never a link when links are not trusted.
 RVFd openFolderAt(int folder, const QByteArray& name);
+
+// The nearest folder at or above an absolute path that exists ("/" at the latest).
+QString nearestExisting(const QString& path);
+
+// The folder at an absolute path, with the folders missing on the way made by make, which
+// answers the new folder opened (or invalid, to stop).
+using MakeFolder = std::function<RVFd(int parent, const QByteArray& name, const QString& location)>;
+RVFd openOrMakeFolder(const QString& path, const MakeFolder& make);
 
 // The folder that holds the item at an absolute path and the item's name. The name is
 // never empty, "." or ".."; invalid folder (errno set) otherwise.

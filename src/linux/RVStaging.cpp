@@ -8,7 +8,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <dirent.h>
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/file.h>
@@ -55,22 +54,14 @@ void removeAbandoned(int folder)
 {
     static const QRegularExpression pattern(QStringLiteral("^\\..*\\.velmora-(\\d+)-(\\d+)$"),
                                             QRegularExpression::DotMatchesEverythingOption);
-    DIR* listing = ::fdopendir(::dup(folder));
-    if (!listing)
-        return;
-    QList<QByteArray> abandoned;
-    while (const dirent* entry = ::readdir(listing)) {
-        const QByteArray name(entry->d_name);
+    for (const std::string& name : RVNamesIn(folder).value_or(std::vector<std::string>())) {
         const auto match = pattern.match(QString::fromLatin1(name));
         if (!match.hasMatch())
             continue;
         const auto start = startTicksOf(pid_t(match.captured(1).toInt()));
         if (!start || *start != match.captured(2).toULongLong())
-            abandoned << name;
+            RVRemoveTree(folder, name.c_str());
     }
-    ::closedir(listing);
-    for (const QByteArray& name : abandoned)
-        RVRemoveTree(folder, name.constData());
 }
 
 bool renameWithoutReplacing(int fromFolder, const char* from, int toFolder, const char* to)

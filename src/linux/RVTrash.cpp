@@ -161,31 +161,18 @@ RVTrash::Folder RVTrash::openTrashIn(int parent, const QByteArray& name, const Q
 // somebody's home).
 RVFd RVTrash::openDataHome(QString* error) const
 {
-    QString existing = m_dataHome;
-    QStringList missing;
-    while (!lstatOf(existing) && existing != u"/") {
-        missing.prepend(RVPaths::lastPathComponent(existing));
-        existing = RVPaths::stringByDeletingLastPathComponent(existing);
-    }
-    RVFd folder = RVSafePath::openFolder(existing);
-    if (!folder.valid())
-        *error = lastError(QStringLiteral("cannot open ") + existing);
-    for (const QString& name : missing) {
-        if (!folder.valid())
-            break;
-        existing = RVPaths::stringByAppendingPathComponent(existing, name);
-        folder = openOwnFolder(folder.get(), QFile::encodeName(name), error, existing);
-    }
+    RVFd folder = RVSafePath::openOrMakeFolder(m_dataHome, [&](int parent, const QByteArray& name, const QString& location) {
+        return openOwnFolder(parent, name, error, location);
+    });
+    if (!folder.valid() && error->isEmpty())
+        *error = lastError(QStringLiteral("cannot open ") + m_dataHome);
     return folder;
 }
 
 RVTrash::Folder RVTrash::trashFolderFor(dev_t device, const QString& itemPath, QString* error) const
 {
     // The home trash serves items on the file system of the user's data folder.
-    QString probe = m_dataHome;
-    while (!lstatOf(probe) && probe != u"/")
-        probe = RVPaths::stringByDeletingLastPathComponent(probe);
-    const auto home = lstatOf(probe);
+    const auto home = lstatOf(RVSafePath::nearestExisting(m_dataHome));
     if (home && home->st_dev == device) {
         const RVFd dataHome = openDataHome(error);
         if (!dataHome.valid())

@@ -23,6 +23,29 @@ namespace {
 
 using Fd = RVFd;
 
+} // namespace
+
+std::optional<std::vector<std::string>> RVNamesIn(int folder)
+{
+    DIR* listing = ::fdopendir(::dup(folder));
+    if (!listing)
+        return std::nullopt;
+    std::vector<std::string> names;
+    errno = 0;
+    while (const dirent* entry = ::readdir(listing)) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+            names.emplace_back(entry->d_name);
+    }
+    const int listError = errno;
+    ::closedir(listing);
+    errno = listError;
+    if (listError != 0)
+        return std::nullopt;
+    return names;
+}
+
+namespace {
+
 class TreeCopier
 {
 public:
@@ -96,22 +119,10 @@ bool TreeCopier::copyFolder(int sourceDir, const char* sourceName, int targetDir
     if (!to.valid())
         return fail("cannot open new folder", relative);
 
-    DIR* listing = ::fdopendir(::dup(from.get()));
-    if (!listing)
+    const auto names = RVNamesIn(from.get());
+    if (!names)
         return fail("cannot list", relative);
-    std::vector<std::string> names;
-    errno = 0;
-    while (const dirent* entry = ::readdir(listing)) {
-        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
-            names.emplace_back(entry->d_name);
-    }
-    const int listError = errno;
-    ::closedir(listing);
-    if (listError != 0) {
-        errno = listError;
-        return fail("cannot list", relative);
-    }
-    for (const std::string& name : names) {
+    for (const std::string& name : *names) {
         if (!copy(from.get(), name.c_str(), to.get(), name.c_str(), relative + "/" + name))
             return false;
     }
@@ -249,19 +260,11 @@ bool removeAt(int dir, const char* name)
     if (!S_ISDIR(info.st_mode))
         return ::unlinkat(dir, name, 0) == 0;
     Fd folder(::openat(dir, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!folder.valid())
+    const auto names = folder.valid() ? RVNamesIn(folder.get()) : std::nullopt;
+    if (!names)
         return false;
-    DIR* listing = ::fdopendir(::dup(folder.get()));
-    if (!listing)
-        return false;
-    std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(listing)) {
-        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
-            names.emplace_back(entry->d_name);
-    }
-    ::closedir(listing);
     bool ok = true;
-    for (const std::string& child : names)
+    for (const std::string& child : *names)
         ok = removeAt(folder.get(), child.c_str()) && ok;
     return ::unlinkat(dir, name, AT_REMOVEDIR) == 0 && ok;
 }
@@ -293,16 +296,8 @@ void RVChownTree(int folder, const char* name, uid_t uid, gid_t gid)
     if (!S_ISDIR(info.st_mode))
         return;
     Fd inner(::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    DIR* listing = inner.valid() ? ::fdopendir(::dup(inner.get())) : nullptr;
-    if (!listing)
-        return;
-    std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(listing)) {
-        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
-            names.emplace_back(entry->d_name);
-    }
-    ::closedir(listing);
-    for (const std::string& child : names)
+    const auto names = inner.valid() ? RVNamesIn(inner.get()) : std::nullopt;
+    for (const std::string& child : names.value_or(std::vector<std::string>()))
         RVChownTree(inner.get(), child.c_str(), uid, gid);
 }
 

@@ -2,7 +2,10 @@
 
 #include <QString>
 
+#include <optional>
+#include <string>
 #include <sys/types.h>
+#include <vector>
 
 // Copies the item at source to target like cp -a: folders recursively, symbolic links as
 // links, hard links within the tree as hard links, modes, times, owners (where allowed) and
@@ -19,3 +22,7 @@ bool RVRemoveTree(const QString& path);
 
 // Gives the item, a folder with everything in it, to uid and gid, never following a link.
 void RVChownTree(int folder, const char* name, uid_t uid, gid_t gid);
+
+// The names in an open folder, "." and ".." left out; empty (errno set) when it cannot be
+// listed to the end.
+std::optional<std::vector<std::string>> RVNamesIn(int folder);
