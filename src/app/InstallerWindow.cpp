@@ -9,6 +9,7 @@
 #include <QGuiApplication>
 #include <QCloseEvent>
 #include <QFile>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QScreen>
 #include <QStyle>
@@ -111,10 +112,18 @@ void InstallerWindow::setImageHidden(Image image, bool hidden)
     (image == Image::Icon ? m_ui->iconField : m_ui->checkmarkField)->setHidden(hidden);
 }
 
-bool InstallerWindow::setIconFromFile(const QString& path)
+bool InstallerWindow::setIcon(const QString& icon)
 {
-    const QIcon icon(path);
-    const QPixmap pixmap = icon.pixmap(128, 128);
+    QPixmap pixmap;
+    if (QFileInfo(icon).isAbsolute()) {
+        pixmap = QIcon(icon).pixmap(128, 128);
+    } else {
+        // A theme name; without an icon theme the style's own pictures stand in.
+        const QStyle::StandardPixmap standard = icon == u"folder" ? QStyle::SP_DirIcon
+                                                : icon.startsWith(u"application") ? QStyle::SP_ComputerIcon
+                                                                                  : QStyle::SP_FileIcon;
+        pixmap = QIcon::fromTheme(icon, style()->standardIcon(standard)).pixmap(128, 128);
+    }
     if (pixmap.isNull())
         return false;
     m_ui->iconField->setPixmap(pixmap);
@@ -137,20 +146,23 @@ int InstallerWindow::selectedPage() const
     return m_ui->tabView->currentIndex();
 }
 
-bool InstallerWindow::loadReadMe(const QString& path)
+void InstallerWindow::loadReadMe(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray document = file.readAll();
+    // An RTFD document is a folder: its text in TXT.rtf, its pictures beside it.
+    const bool isFolder = QFileInfo(path).isDir();
+    QFile file(isFolder ? path + QStringLiteral("/TXT.rtf") : path);
     QTextBrowser* view = m_ui->readMeTextView;
+    view->clear();
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QByteArray document = file.readAll();
+    view->setSearchPaths({isFolder ? path : QFileInfo(path).path()});
     switch (RVRichText::detect(document)) {
     case RVRichText::Format::Rtf: view->setHtml(RVRichText::rtfToHtml(document)); break;
     case RVRichText::Format::Html: view->setHtml(QString::fromUtf8(document)); break;
     case RVRichText::Format::Markdown: view->setMarkdown(QString::fromUtf8(document)); break;
     case RVRichText::Format::Plain: view->setPlainText(QString::fromUtf8(document)); break;
     }
-    return true;
 }
 
 void InstallerWindow::setProgressAnimating(bool animating)

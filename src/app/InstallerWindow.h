@@ -31,10 +31,10 @@ public:
     void setButtonHidden(Button button, bool hidden) override;
     void setButtonEnabled(Button button, bool enabled) override;
     void setImageHidden(Image image, bool hidden) override;
-    bool setIconFromFile(const QString& path) override;
+    bool setIcon(const QString& path) override;
     void selectPage(int page) override;
     int selectedPage() const override;
-    bool loadReadMe(const QString& path) override;
+    void loadReadMe(const QString& path) override;
     void setProgressAnimating(bool animating) override;
     void bringToFront() override;
     void showAlert(const QString& message, const QString& informative, const QString& first,

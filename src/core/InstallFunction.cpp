@@ -72,7 +72,7 @@ bool refusesToInstall(const Paths& paths)
 
 int installWrapperItems(const QString& wrapper, const QString& targetFolder)
 {
-    if (!files().fileExists(targetFolder)) {
+    if (!files().itemExists(targetFolder)) {
         if (!files().copyItem(wrapper, targetFolder)) {
             RVLog(QStringLiteral("ERROR -- Could not copy wrapper to %@"), targetFolder);
             return InstallResultCopyFailed;
@@ -83,7 +83,7 @@ int installWrapperItems(const QString& wrapper, const QString& targetFolder)
     for (const QString& name : files().contentsOfDirectory(wrapper).value_or(QStringList())) {
         const QString itemSource = stringByAppendingPathComponent(wrapper, name);
         const QString itemTarget = stringByAppendingPathComponent(targetFolder, name);
-        if (files().fileExists(itemTarget) && !files().removeItem(itemTarget))
+        if (files().itemExists(itemTarget) && !files().removeItem(itemTarget))
             RVLog(QStringLiteral("ERROR -- Could not delete %@"), itemTarget);
         if (!files().copyItem(itemSource, itemTarget)) {
             RVLog(QStringLiteral("ERROR -- Could not copy auxiliary item to %@"), itemTarget);
@@ -103,7 +103,7 @@ int replaceProduct(const QString& source, const QString& destination)
         RVLog(QStringLiteral("ERROR -- Could not copy myself to %@"), destination);
         return InstallResultCopyFailed;
     }
-    const bool hadPrevious = files().fileExists(destination);
+    const bool hadPrevious = files().itemExists(destination);
     if (hadPrevious &&
         !workspace().recycle(stringByDeletingLastPathComponent(destination), {lastPathComponent(destination)})) {
         files().discardStaged(staged);

@@ -38,7 +38,7 @@ bool InstallerWinController::canWriteToDirectory(const QString& path)
 {
     // The first draw and the re-draws use the two different generators.
     QString candidate = path + u'/' + probeName(::random());
-    while (files().fileExists(candidate))
+    while (files().itemExists(candidate))
         candidate = path + u'/' + probeName(std::rand());
     return files().createAndRemoveProbeFile(candidate);
 }

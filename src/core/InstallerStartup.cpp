@@ -74,19 +74,19 @@ bool InstallerWinController::completeSourcePath()
 
 void InstallerWinController::showProductIcon(const std::optional<RVBundle>& product)
 {
-    if (const QString iconPath = argument(RVInstallerKeyIconPath); !iconPath.isNull() && m_view->setIconFromFile(iconPath))
+    if (const QString iconPath = argument(RVInstallerKeyIconPath); !iconPath.isNull() && m_view->setIcon(iconPath))
         return;
     const QString iconFile = infoString(product, QStringLiteral("CFBundleIconFile"));
     if (product && !iconFile.isEmpty()) {
         QString resource = product->pathForResourceOfType(iconFile, QStringLiteral("icns"));
         if (resource.isNull())
             resource = product->pathForResourceOfType(iconFile, QString());
-        if (!resource.isNull() && m_view->setIconFromFile(resource))
+        if (!resource.isNull() && m_view->setIcon(resource))
             return;
     }
     const QString fileIcon = RVPlatform::current().workspace().iconForFile(argument(RVInstallerKeySourcePath));
     if (!fileIcon.isNull())
-        m_view->setIconFromFile(fileIcon);
+        m_view->setIcon(fileIcon);
 }
 
 void InstallerWinController::fillPageTexts(const QString& version, bool hasDocumentation)
@@ -209,10 +209,12 @@ void InstallerWinController::awakeFromNib()
 
     fillPageTexts(version, hasDocumentation);
     const QString readMe = argument(RVInstallerKeyReadMePath);
-    if (!readMe.isNull() && RVPlatform::current().fileManager().fileExists(readMe) && m_view->loadReadMe(readMe))
+    if (!readMe.isNull() && RVPlatform::current().fileManager().fileExists(readMe)) {
+        m_view->loadReadMe(readMe);
         selectTab(0);
-    else
+    } else {
         selectTab(1);
+    }
     m_view->setImageHidden(RVInstallerView::Image::Checkmark, true);
 
     bringWindowToFront();

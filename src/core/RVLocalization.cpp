@@ -14,8 +14,9 @@ std::shared_ptr<QTranslator> g_translator;
 bool RVLocalization::load(const QLocale& locale, const QString& directory)
 {
     auto translator = std::make_shared<QTranslator>();
-    if (!translator->load(locale, QStringLiteral("VelmoraInstaller"), QStringLiteral("_"),
-                          directory))
+    const QString table = QStringLiteral("VelmoraInstaller");
+    if (!translator->load(locale, table, QStringLiteral("_"), directory) &&
+        !translator->load(table + QStringLiteral("_en"), directory))
         return false;
     std::lock_guard lock(g_mutex);
     g_translator = std::move(translator);

@@ -7,8 +7,10 @@
 
 // The localised string table: English texts as keys, one context "Localizable".
 namespace RVLocalization {
-// Loads "VelmoraInstaller_<language>.qm" for locale from directory; false when there is
-// no table for it (English then shows the keys themselves).
+// Loads "VelmoraInstaller_<language>.qm" for locale from directory. A locale without a
+// table of its own (C and POSIX among them) gets the English table, which words for Linux
+// the keys that name macOS; false when not even that is there (the keys then show as
+// they are).
 bool load(const QLocale& locale, const QString& directory);
 void unload();
 // Lets the interface file's texts use the same table (needs the application object).

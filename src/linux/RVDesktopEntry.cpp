@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QImageReader>
+#include <QMimeDatabase>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSaveFile>
@@ -17,6 +18,7 @@
 namespace {
 
 const QString kReserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
+const QString kApplicationIcon = QStringLiteral("application-x-executable");
 
 // The largest image the icon file holds, written as PNG.
 bool convertIcon(const QString& source, const QString& target)
@@ -101,6 +103,19 @@ QString RVDesktopEntry::programOfExec(const QString& exec)
     return program.replace(QStringLiteral("%%"), QStringLiteral("%"));
 }
 
+QString RVDesktopEntry::themeIconFor(const QString& path)
+{
+    const QFileInfo info(path);
+    if (!info.exists())
+        return {};
+    if ((info.isDir() && path.endsWith(QStringLiteral(".app"))) || (info.isFile() && info.isExecutable()))
+        return kApplicationIcon;
+    if (info.isDir())
+        return QStringLiteral("folder");
+    const QMimeType type = QMimeDatabase().mimeTypeForFile(info);
+    return type.iconName().isEmpty() ? type.genericIconName() : type.iconName();
+}
+
 RVDesktopEntry::Registration RVDesktopEntry::registerBundle(const QString& bundlePath, const QString& dataHome)
 {
     Registration result;
@@ -133,8 +148,8 @@ RVDesktopEntry::Registration RVDesktopEntry::registerBundle(const QString& bundl
     entry += QStringLiteral("Exec=") + escapeString(quoteExecArgument(executable)) + u'\n';
     entry += QStringLiteral("TryExec=") + escapeString(executable) + u'\n';
     entry += QStringLiteral("Path=") + escapeString(QFileInfo(executable).path()) + u'\n';
-    if (!result.iconPath.isEmpty())
-        entry += QStringLiteral("Icon=") + escapeString(result.iconPath) + u'\n';
+    entry += QStringLiteral("Icon=") + escapeString(result.iconPath.isEmpty() ? kApplicationIcon : result.iconPath) + u'\n';
+    entry += QStringLiteral("StartupWMClass=") + escapeString(QFileInfo(executable).fileName()) + u'\n';
     entry += QStringLiteral("Categories=Utility;\nTerminal=false\n");
 
     result.entryPath = applications + u'/' + id + QStringLiteral(".desktop");

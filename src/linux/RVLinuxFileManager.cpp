@@ -46,6 +46,12 @@ RVFd makeFolders(const QString& path)
 bool RVLinuxFileManager::fileExists(const QString& path)
 {
     struct stat info {};
+    return !path.isEmpty() && ::stat(encoded(path).constData(), &info) == 0;
+}
+
+bool RVLinuxFileManager::itemExists(const QString& path)
+{
+    struct stat info {};
     return !path.isEmpty() && ::lstat(encoded(path).constData(), &info) == 0;
 }
 
@@ -120,7 +126,7 @@ void RVLinuxFileManager::discardStaged(const QString& staged)
 
 bool RVLinuxFileManager::copyItem(const QString& source, const QString& target)
 {
-    if (fileExists(target))
+    if (itemExists(target))
         return false;
     const QString staged = stageCopy(source, target);
     if (staged.isNull())

@@ -11,6 +11,7 @@ class RVLinuxFileManager : public RVFileManager
 {
 public:
     bool fileExists(const QString& path) override;
+    bool itemExists(const QString& path) override;
     std::optional<QStringList> contentsOfDirectory(const QString& path) override;
     bool removeItem(const QString& path) override;
     bool copyItem(const QString& source, const QString& target) override;

@@ -54,7 +54,9 @@ void RVLinuxWorkspace::noteFileSystemChanged(const QString& path)
 QString RVLinuxWorkspace::iconForFile(const QString& path)
 {
     const auto bundle = RVBundle::bundleWithPath(path);
-    return bundle ? bundle->iconFilePath() : QString();
+    if (const QString own = bundle ? bundle->iconFilePath() : QString(); !own.isEmpty())
+        return own;
+    return RVDesktopEntry::themeIconFor(path);
 }
 
 bool RVLinuxWorkspace::openApplication(const QString& path)

@@ -12,8 +12,11 @@ class RVFileManager
 public:
     virtual ~RVFileManager() = default;
 
-    // Whether anything (a dangling link too) is at path.
+    // Whether a file or folder is at path, links followed: a dangling link is nothing.
     virtual bool fileExists(const QString& path) = 0;
+    // Whether any item is at path, a link itself (dangling too): what the copy must not
+    // overwrite and may trash.
+    virtual bool itemExists(const QString& path) = 0;
     // The names in a folder, not recursive; empty when it cannot be listed.
     virtual std::optional<QStringList> contentsOfDirectory(const QString& path) = 0;
     // Deletes for good, a folder with its contents; never follows a link. Not atomic.

@@ -25,14 +25,15 @@ public:
     virtual void setButtonHidden(Button button, bool hidden) = 0;
     virtual void setButtonEnabled(Button button, bool enabled) = 0;
     virtual void setImageHidden(Image image, bool hidden) = 0;
-    // Shows the image file in the icon view and as the application's icon; false when the
-    // file holds no image.
-    virtual bool setIconFromFile(const QString& path) = 0;
+    // Shows an icon in the icon view and as the application's icon: an image file, or a name
+    // in the desktop's icon theme (an absolute path or a name, as a desktop entry's Icon key
+    // has it); false when it gives no image.
+    virtual bool setIcon(const QString& icon) = 0;
     virtual void selectPage(int page) = 0;
     virtual int selectedPage() const = 0;
-    // Loads a document (RTF, HTML, Markdown or plain text, told by its content) into the
-    // read-me view; false when it cannot be read.
-    virtual bool loadReadMe(const QString& path) = 0;
+    // Loads a document (RTF, RTFD folder, HTML, Markdown or plain text, told by its content)
+    // into the read-me view; one that cannot be read leaves the view empty.
+    virtual void loadReadMe(const QString& path) = 0;
     virtual void setProgressAnimating(bool animating) = 0;
     // Centers the window, shows it in front and makes it the active one.
     virtual void bringToFront() = 0;

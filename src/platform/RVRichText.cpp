@@ -63,6 +63,11 @@ private:
     {
         if (state.skip)
             return;
+        // An attachment stands in the text as one placeholder character after its group.
+        const bool placeholder = m_afterAttachment && (c == QChar(0x00ac) || c == QChar(0xfffc));
+        m_afterAttachment = false;
+        if (placeholder)
+            return;
         applyStyles(state);
         m_html += c == u'<' ? QStringLiteral("&lt;") : c == u'>' ? QStringLiteral("&gt;")
                 : c == u'&' ? QStringLiteral("&amp;") : QString(c);
@@ -129,6 +134,8 @@ private:
 
         if (isIgnoredDestination(word)) {
             state.skip = true;
+        } else if (word == "NeXTGraphic") {
+            attachment(state);
         } else if (word == "par" || word == "sect") {
             if (!state.skip)
                 m_html += QStringLiteral("</p><p>");
@@ -155,6 +162,19 @@ private:
         }
     }
 
+    // RTFD: "\NeXTGraphic name \width…" names a file of the document's folder.
+    void attachment(State& state)
+    {
+        const qsizetype start = m_pos;
+        while (m_pos < m_data.size() && m_data[m_pos] != '\\' && m_data[m_pos] != '}')
+            ++m_pos;
+        const QString name = QString::fromUtf8(m_data.mid(start, m_pos - start)).trimmed();
+        if (!state.skip && !name.isEmpty())
+            m_html += QStringLiteral("<img src=\"%1\">").arg(name.toHtmlEscaped());
+        state.skip = true;
+        m_afterAttachment = true;
+    }
+
     // After \uN come N characters for readers without Unicode; they are not ours to show.
     void skipFallback(int count)
     {
@@ -179,6 +199,7 @@ private:
     qsizetype m_pos = 0;
     QString m_html;
     State m_open;
+    bool m_afterAttachment = false;
 };
 
 } // namespace

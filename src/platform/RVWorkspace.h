@@ -16,7 +16,9 @@ public:
     virtual bool putBackRecycled(const QString& path) = 0;
     // Nothing to send on Linux: file managers watch with inotify. Kept as one named place.
     virtual void noteFileSystemChanged(const QString& path) = 0;
-    // An image file that shows path; null when there is none.
+    // The desktop's icon for path, as a desktop entry's Icon key has it: an image file of
+    // its own (a bundle's icon), else the icon theme's name for its kind; null only when
+    // nothing is at path.
     virtual QString iconForFile(const QString& path) = 0;
     // Launches the application bundle at path; whether it was started.
     virtual bool openApplication(const QString& path) = 0;

@@ -26,6 +26,7 @@
 #include <QStackedWidget>
 #include <QTest>
 #include <QTextBrowser>
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -102,22 +103,86 @@ TEST_F(WindowTest, StartUpFillsTheRealWidgetsAndTheButtonsNavigate)
     EXPECT_GE(shot.height(), 380);
 }
 
-TEST_F(WindowTest, GermanLocaleMakesTheWindowGerman)
+// Every text a user sees, in the window's own order: the title, then each shown label and
+// button; the name and path fields hold the product's own name and path and are left out.
+QStringList visibleTexts(QWidget& window)
+{
+    QStringList texts{window.windowTitle()};
+    for (QWidget* widget : window.findChildren<QWidget*>()) {
+        if (widget->window() != &window || !widget->isVisibleTo(&window) ||
+            widget->objectName() == u"nameField" || widget->objectName() == u"pathField")
+            continue;
+        if (auto* label = qobject_cast<QLabel*>(widget); label && !label->text().isEmpty())
+            texts << label->text();
+        if (auto* button = qobject_cast<QAbstractButton*>(widget); button && !button->text().isEmpty())
+            texts << button->text();
+        if (auto* box = qobject_cast<QMessageBox*>(widget))
+            texts << box->text() << box->informativeText();
+    }
+    return texts;
+}
+
+TEST_F(WindowTest, GermanLocaleMakesEveryVisibleTextGerman)
 {
     ASSERT_TRUE(RVLocalization::load(QLocale(QLocale::German), QStringLiteral(RV_TRANSLATIONS_DIR)));
     RVLocalization::installIntoApplication();
     InstallerWindow window;
     InstallerWinController controller;
     start(window, controller);
-    EXPECT_EQ(window.QDialog::windowTitle(), QStringLiteral("Velmora Demo installieren"));
-    EXPECT_EQ(child<QPushButton>(window, "installButton")->text(), QStringLiteral("Fortfahren"));
-    EXPECT_EQ(child<QPushButton>(window, "cancelButton")->text(), QStringLiteral("Abbrechen"));
+    EXPECT_EQ(visibleTexts(window),
+              (QStringList{QStringLiteral("Velmora Demo installieren"), QStringLiteral("Abbrechen"), QStringLiteral("Fortfahren")}));
     child<QPushButton>(window, "installButton")->click();
-    EXPECT_EQ(child<QPushButton>(window, "installButton")->text(), QStringLiteral("Installieren"));
-    EXPECT_EQ(child<QPushButton>(window, "cancelButton")->text(), QStringLiteral("Zurück"));
-    EXPECT_EQ(child<QLabel>(window, "introField")->text(), QStringLiteral("Dieses Programm installiert Velmora Demo auf Ihrem Computer."));
+    EXPECT_EQ(visibleTexts(window),
+              (QStringList{QStringLiteral("Velmora Demo installieren"),
+                           QStringLiteral("Dieses Programm installiert Velmora Demo auf Ihrem Computer."), QStringLiteral("Ziel:"),
+                           QStringLiteral("Klicken Sie auf „Installieren“, um Velmora Demo in diesen Ordner zu kopieren. "
+                                          "Eine vorhandene Kopie wird in den Papierkorb gelegt."),
+                           QStringLiteral("Zurück"), QStringLiteral("Installieren")}));
     controller.showFinalMessage(QStringLiteral("%@ was successfully installed."));
-    EXPECT_EQ(child<QLabel>(window, "introField")->text(), QStringLiteral("Velmora Demo wurde erfolgreich installiert."));
+    EXPECT_EQ(visibleTexts(window),
+              (QStringList{QStringLiteral("Velmora Demo installieren"), QStringLiteral("Velmora Demo wurde erfolgreich installiert."),
+                           QStringLiteral("OK")}));
+
+    InstallerWindow tooOld;
+    InstallerWinController tooOldController;
+    start(tooOld, tooOldController, {QStringLiteral("-minSystemVersion"), QStringLiteral("99")});
+    QMessageBox* alert = tooOld.findChild<QMessageBox*>();
+    ASSERT_TRUE(alert);
+    QStringList alertTexts = visibleTexts(*alert);
+    alertTexts.sort();
+    QStringList expected{alert->windowTitle(),
+                           QStringLiteral("Velmora Demo 1.2.0 kann auf diesem Computer nicht installiert werden, da es Linux "
+                                          "mit dem Kernel 99 oder neuer benötigt."),
+                           QStringLiteral("Ob eine ältere Version von Velmora Demo für Ihren Computer erhältlich ist, erfahren "
+                                          "Sie in unserem Software-Archiv."),
+                           QStringLiteral("Beenden"), QStringLiteral("Archiv besuchen")};
+    expected.sort();
+    EXPECT_EQ(alertTexts, expected);
+}
+
+// An RTFD read-me is a folder: shown with its picture. A product with no icon of its own
+// shows the desktop's icon for an application.
+TEST_F(WindowTest, RtfdReadMeShowsWithItsPictureAndAnIconlessProductGetsTheDesktopsIcon)
+{
+    readMe = tmp.mkdir(QStringLiteral("Read Me.rtfd"));
+    QImage picture(40, 30, QImage::Format_RGB32);
+    picture.fill(Qt::red);
+    ASSERT_TRUE(picture.save(readMe + QStringLiteral("/logo.png")));
+    tmp.write(QStringLiteral("Read Me.rtfd/TXT.rtf"),
+              "{\\rtf1\\ansi Welcome {{\\NeXTGraphic logo.png \\width800 \\height600\n}\\'ac} aboard.}");
+    platform.fileManager->existing << readMe;
+    RVPlatform::install({.workspace = std::make_shared<RVLinuxWorkspace>(std::make_shared<RVLinuxLauncher>(),
+                                                                         tmp.file(QStringLiteral("Apps")))});
+    InstallerWindow window;
+    InstallerWinController controller;
+    start(window, controller);
+    EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), 0);
+    auto* view = child<QTextBrowser>(window, "readMeTextView");
+    EXPECT_TRUE(view->toPlainText().contains(QStringLiteral("Welcome"))) << view->toPlainText().toStdString();
+    const QVariant logo = view->loadResource(QTextDocument::ImageResource, QUrl(QStringLiteral("logo.png")));
+    EXPECT_EQ(QImage::fromData(logo.toByteArray()).size(), QSize(40, 30));
+    EXPECT_TRUE(view->toHtml().contains(QStringLiteral("logo.png")));
+    EXPECT_FALSE(child<QLabel>(window, "iconField")->pixmap().isNull());
 }
 
 TEST_F(WindowTest, SystemVersionAlertIsAWindowModalSheetWithTwoAnswers)

@@ -166,6 +166,32 @@ TEST(DesktopEntry, RegisteredEntryValidatesAndCarriesAPngIcon)
     const QString exec = text.section(QStringLiteral("Exec="), 1).section(u'\n', 0, 0);
     EXPECT_EQ(RVDesktopEntry::programOfExec(exec), app + QStringLiteral("/Contents/MacOS/Velmora Demo"));
     EXPECT_TRUE(text.contains(QStringLiteral("Icon=") + registration.iconPath));
+    EXPECT_TRUE(text.contains(QStringLiteral("\nStartupWMClass=Velmora Demo\n"))) << text.toStdString();
+}
+
+// What the desktop shows for an item without an icon of its own: never nothing, unless
+// nothing is there.
+TEST(DesktopIcons, EveryItemGetsTheThemesIconForItsKind)
+{
+    TempDir tmp;
+    const QString bare = makeTestBundle(tmp.path(), {QStringLiteral("Bare"), QStringLiteral("bare"), QStringLiteral("BARE")});
+    const QString script = tmp.write(QStringLiteral("run.sh"), "#!/bin/sh\n", QFile::ReadOwner | QFile::ExeOwner);
+    const struct
+    {
+        QString path, icon;
+    } cases[] = {{bare, QStringLiteral("application-x-executable")},
+                 {script, QStringLiteral("application-x-executable")},
+                 {tmp.mkdir(QStringLiteral("Folder")), QStringLiteral("folder")},
+                 {tmp.write(QStringLiteral("notes.txt"), "text"), QStringLiteral("text-plain")},
+                 {tmp.file(QStringLiteral("missing")), QString()}};
+    RVLinuxWorkspace workspace(std::make_shared<RVLinuxLauncher>(), tmp.path());
+    for (const auto& c : cases)
+        EXPECT_EQ(workspace.iconForFile(c.path), c.icon) << c.path.toStdString();
+
+    const auto registration = RVDesktopEntry::registerBundle(bare, tmp.file(QStringLiteral("share")));
+    QFile entry(registration.entryPath);
+    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(entry.readAll().contains("\nIcon=application-x-executable\n"));
 }
 
 TEST(Launch, OpenedBundleRunsAsAnApplication)

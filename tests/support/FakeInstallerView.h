@@ -41,7 +41,7 @@ public:
     void setButtonHidden(Button b, bool h) override { h ? void(hiddenButtons.insert(b)) : void(hiddenButtons.remove(b)); }
     void setButtonEnabled(Button b, bool e) override { e ? void(disabledButtons.remove(b)) : void(disabledButtons.insert(b)); }
     void setImageHidden(Image i, bool h) override { h ? void(hiddenImages.insert(i)) : void(hiddenImages.remove(i)); }
-    bool setIconFromFile(const QString& path) override
+    bool setIcon(const QString& path) override
     {
         if (!readableIcons.contains(path))
             return false;
@@ -54,11 +54,7 @@ public:
         pageHistory << QString::number(p);
     }
     int selectedPage() const override { return page; }
-    bool loadReadMe(const QString& path) override
-    {
-        readMe = path;
-        return true;
-    }
+    void loadReadMe(const QString& path) override { readMe = path; }
     void setProgressAnimating(bool a) override { animating = a; }
     void bringToFront() override { inFront = true; }
     void showAlert(const QString& m, const QString& i, const QString& f, const QString& s,

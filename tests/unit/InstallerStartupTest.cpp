@@ -186,6 +186,15 @@ TEST_F(StartupTest, WrapperDocumentationReadMeAndCodes)
     EXPECT_EQ(view.page, 0);
 }
 
+TEST_F(StartupTest, ProductCodesWithoutQuitCodesBecomeTheQuitList)
+{
+    start({QStringLiteral("-sourcePath"), product, QStringLiteral("-productCode"), QStringLiteral("PRO1"),
+           QStringLiteral("-productCode"), QStringLiteral("PRO2")});
+    const QStringList codes{QStringLiteral("PRO1"), QStringLiteral("PRO2")};
+    EXPECT_EQ(controller.arguments()->list(RVInstallerKeyProductCode), codes);
+    EXPECT_EQ(controller.arguments()->list(RVInstallerKeyQuitCode), codes);
+}
+
 TEST_F(StartupTest, WrapperOutsideTheSourceFolderAndMissingFilesAreDropped)
 {
     files.existing << QStringLiteral("/elsewhere/Folder");
@@ -208,20 +217,25 @@ TEST_F(StartupTest, TooOldSystemShowsTheAlertAndBothAnswersQuit)
     struct Case
     {
         QStringList words;
+        QByteArray bundleMinimum;
         bool alert;
     } cases[] = {
-        {{}, false},                                                   // the bundle's 5.10 is older than 6.1
-        {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.2")}, true},
-        {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.1")}, false},
-        {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.1.0")}, true}, // 6.1 is older than 6.1.0
+        {{}, "5.10", false}, // older than 6.1
+        {{}, "6.2", true},
+        {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.2")}, "5.10", true},
+        {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.1")}, "5.10", false},
+        {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.1.0")}, "5.10", true}, // 6.1 is older than 6.1.0
+        {{QStringLiteral("-minSystemVersion"), QStringLiteral("5.4")}, "9.0", false},   // the argument wins
     };
     for (const auto& c : cases) {
+        writeInfo("{ CFBundleSignature = PROD; CFBundleShortVersionString = \"2.1\"; LSMinimumSystemVersion = \"" +
+                  c.bundleMinimum + "\"; }");
         FakeInstallerView fresh;
         InstallerWinController session;
         session.setView(&fresh);
         platform.facts->arguments = QStringList{platform.facts->executable} + c.words;
         session.awakeFromNib();
-        EXPECT_EQ(fresh.alert.has_value(), c.alert) << c.words.join(u' ').toStdString();
+        EXPECT_EQ(fresh.alert.has_value(), c.alert) << c.words.join(u' ').toStdString() << " bundle " << c.bundleMinimum.toStdString();
         EXPECT_EQ(session.exitStatus(), c.alert ? InstallerWinController::ExitSystemTooOld : InstallerWinController::ExitCancelled);
     }
     FakeInstallerView fresh;

@@ -126,6 +126,27 @@ TEST_F(WorkerTest, ACopyThatNeverQuitsCancelsWithTheHiddenMessage)
     EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitFailed);
 }
 
+TEST_F(WorkerTest, ACopyThatQuitsOnTheSecondAttemptLetsTheCopyGoOn)
+{
+    auto& product = platform.processTable->add(7, QStringLiteral("Product"), "PROD");
+    product.politeRequestsToEnd = product.forceRequestsToEnd = -1;
+    platform.windowSystem->closeResult = RVWindowSystem::CloseResult::NoWindow;
+    // Once the first pass has failed, the next polite request is the one it heeds.
+    platform.clock->onSleep = [&] {
+        if (product.politeRequestsToEnd < 0 && log.lines().contains(QStringLiteral("Product did not quit; will retry")))
+            product.politeRequestsToEnd = product.politeRequests + 1;
+    };
+    setArguments({});
+    installAndWait();
+    platform.clock->onSleep = nullptr;
+    const QStringList lines = log.lines();
+    EXPECT_EQ(lines.count(QStringLiteral("Quitting 'PROD': Product")), 2);
+    EXPECT_EQ(lines.count(QStringLiteral("Product did not quit; will retry")), 1);
+    EXPECT_FALSE(lines.contains(QStringLiteral("Product refused to quit; installation cancelled")));
+    EXPECT_TRUE(files.existing.contains(QStringLiteral("/Applications/Product.app")));
+    EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitSucceeded);
+}
+
 TEST_F(WorkerTest, FailuresCarryTheManualHintUnlessAWrapperIsUsed)
 {
     files.existing.insert(QStringLiteral("/Applications/Product.app"));

@@ -34,6 +34,11 @@ TEST(RichText, RtfBecomesHtmlWithStylesAndCharacters)
     EXPECT_TRUE(html.contains(QStringLiteral("</p><p>Café € 5 &lt; 6 &amp; <u>under</u><br>next"))) << html.toStdString();
     EXPECT_FALSE(html.contains(QStringLiteral("Helvetica")));
     EXPECT_FALSE(html.contains(QStringLiteral("Writer")));
+
+    // RTFD: the attachment's file becomes an image; its placeholder character goes.
+    const QString rtfd = RVRichText::rtfToHtml(
+        "{\\rtf1 Logo: {{\\NeXTGraphic Pasted Graphic.png \\width640 \\height480\n}\\'ac} end}");
+    EXPECT_TRUE(rtfd.contains(QStringLiteral("Logo: <img src=\"Pasted Graphic.png\"> end"))) << rtfd.toStdString();
 }
 
 TEST(RichText, BrokenRtfGivesWhatCouldBeRead)
