@@ -72,6 +72,10 @@
         <translation>Die vorhandene Kopie konnte nicht in den Papierkorb gelegt werden.</translation>
     </message>
     <message>
+        <source>No authentication agent is running in this session to ask for the administrator password.</source>
+        <translation>In dieser Sitzung läuft kein Authentifizierungsagent, der nach dem Administratorpasswort fragen könnte.</translation>
+    </message>
+    <message>
         <source>Installation failed.</source>
         <translation>Die Installation ist fehlgeschlagen.</translation>
     </message>

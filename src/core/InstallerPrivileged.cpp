@@ -70,6 +70,7 @@ QString InstallerWinController::installMyselfInDestination()
     const QString destination = argument(RVInstallerKeyDestinationPath);
     const QString wrapper = argument(RVInstallerKeyWrapperPath);
 
+    m_noAuthenticationAgent = false;
     if (isStopping())
         return QStringLiteral(""); // the user quit before the copy began
     const bool writable = canWriteToPath(destination);
@@ -125,29 +126,40 @@ bool InstallerWinController::authorizedInstallToWrapCanceled(const QString& sour
     if (!wrapper.isEmpty())
         arguments << files.resolvedPath(wrapper);
 
-    // pkexec asks and runs in one step: the dialog's answer comes back with the tool's end.
-    const int status = AuthorizedExecute(tool, arguments);
+    // The dialog and the tool are one step: the animation runs again once the tool runs,
+    // that is once the rights were given. After a refusal it stays stopped.
+    bool toolStarted = false;
+    const int status = AuthorizedExecute(tool, arguments, [this, &toolStarted] {
+        toolStarted = true;
+        animateProgressOnMainThread(QStringLiteral("YES"));
+    });
     if (status == kAuthorizationCanceled && canceled)
         *canceled = true;
-    // Rights that were given mean the tool has worked meanwhile; the animation runs again
-    // until the worker finishes. After a refusal it stays stopped.
-    if (status != kAuthorizationCanceled && status != kAuthorizationDenied)
-        animateProgressOnMainThread(QStringLiteral("YES"));
+    m_noAuthenticationAgent = status == kAuthorizationInteractionNotAllowed;
+    const bool refused = status == kAuthorizationCanceled || status == kAuthorizationDenied || m_noAuthenticationAgent;
+    if (!toolStarted && !refused)
+        animateProgressOnMainThread(QStringLiteral("YES")); // a tool too quick to be seen working
     return status == 0;
 }
 
-int AuthorizedExecute(const QString& tool, const QStringList& arguments)
+int AuthorizedExecute(const QString& tool, const QStringList& arguments, const std::function<void()>& toolStarted)
 {
     const RVAuthorization::Outcome outcome =
-        RVPlatform::current().authorization().executeWithPrivileges(tool, arguments);
+        RVPlatform::current().authorization().executeWithPrivileges(tool, arguments, toolStarted);
     switch (outcome.kind) {
     case RVAuthorization::Outcome::Kind::Cancelled:
         return kAuthorizationCanceled;
     case RVAuthorization::Outcome::Kind::NotAuthorized:
         return kAuthorizationDenied;
+    case RVAuthorization::Outcome::Kind::NoAgent:
+        return kAuthorizationInteractionNotAllowed;
     case RVAuthorization::Outcome::Kind::NotStarted:
         RVLog(QStringLiteral("AuthorizationExecuteWithPrivileges failed (%s)"), tool);
         return outcome.error != 0 ? outcome.error : kAuthorizationToolExecuteFailure;
+    case RVAuthorization::Outcome::Kind::Unobserved:
+        // A tool whose end cannot be seen counts as having done its work.
+        RVLog(QStringLiteral("no pid"));
+        return 0;
     case RVAuthorization::Outcome::Kind::Finished:
         break;
     }

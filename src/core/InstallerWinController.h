@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <optional>
 
@@ -110,6 +111,7 @@ private:
     RVInstallerView* m_view = nullptr;
     bool m_finished = false;
     int m_exitStatus = ExitCancelled; // until an installation has an outcome
+    bool m_noAuthenticationAgent = false; // worker thread: why the last privileged copy failed
     bool isStopping() const { return m_stopRequested; }
     void workerEnded();
     void terminateAfter(double milliseconds);
@@ -124,9 +126,13 @@ private:
 // The statuses of asking for administrator rights, as the security services number them.
 constexpr int kAuthorizationCanceled = -60006;
 constexpr int kAuthorizationDenied = -60005;
+constexpr int kAuthorizationInteractionNotAllowed = -60007;
 constexpr int kAuthorizationToolExecuteFailure = -60031;
 
-// Asks for administrator rights, runs tool with them and waits for it: 0 on success,
-// kAuthorizationCanceled or kAuthorizationDenied when the rights were not given, the start
-// failure's status when it could not be started, -1 when the tool failed.
-int AuthorizedExecute(const QString& tool, const QStringList& arguments);
+// Asks for administrator rights, runs tool with them and waits for it: 0 on success (or
+// when its end cannot be seen), kAuthorizationCanceled or kAuthorizationDenied when the
+// rights were not given, kAuthorizationInteractionNotAllowed when nothing could ask the
+// user, the start failure's status when it could not be started, -1 when the tool failed.
+// toolStarted is called while the tool works.
+int AuthorizedExecute(const QString& tool, const QStringList& arguments,
+                      const std::function<void()>& toolStarted = [] {});

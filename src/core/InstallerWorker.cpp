@@ -51,6 +51,10 @@ void InstallerWinController::installThread()
         outcome = installMyselfInDestination();
         if (!outcome.isEmpty()) {
             outcome = RVFormat(RVLocalizedString(outcome), {name});
+            if (m_noAuthenticationAgent) {
+                outcome += u' ' + RVLocalizedString(QStringLiteral(
+                                      "No authentication agent is running in this session to ask for the administrator password."));
+            }
             if (!m_arguments->contains(RVInstallerKeyWrapperPath)) {
                 outcome += RVFormat(QStringLiteral("\r%@"),
                                     {RVFormat(RVLocalizedString(QStringLiteral(

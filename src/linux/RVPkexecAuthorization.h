@@ -2,9 +2,10 @@
 
 #include "RVAuthorization.h"
 
-// pkexec runs the tool as root after polkit asked the user. Its own exit codes tell the
-// outcome: 126 the user dismissed the dialog, 127 not authorized or pkexec failed; any
-// other status is the tool's.
+// pkexec runs the tool as root after polkit asked the user. Its exit codes 126 (dismissed)
+// and 127 (refused, no agent, or pkexec failed) are told apart by its own message on
+// standard error, which is passed on to ours; the tool has started when the process has
+// become it (pkexec execs the tool in its place). Any other status is the tool's.
 class RVPkexecAuthorization : public RVAuthorization
 {
 public:
@@ -12,7 +13,8 @@ public:
         : m_pkexec(pkexec)
     {
     }
-    Outcome executeWithPrivileges(const QString& tool, const QStringList& arguments) override;
+    Outcome executeWithPrivileges(const QString& tool, const QStringList& arguments,
+                                  const std::function<void()>& toolStarted) override;
 
 private:
     QString m_pkexec;

@@ -39,38 +39,55 @@ protected:
     TempDir tmp;
 };
 
-TEST_F(PkexecStandInTest, ExitCodesMapToTheOutcomes)
+// pkexec's exit codes 126 and 127 are told apart by its own words; a tool that has been
+// seen running owns its status; the tool is checked before pkexec is asked.
+TEST_F(PkexecStandInTest, ExitCodesAndMessagesMapToTheOutcomes)
 {
     using Kind = RVAuthorization::Outcome::Kind;
-    const QString fails = standIn(QStringLiteral("fails.sh"), "exit 1\n");
-    const QString killed = standIn(QStringLiteral("killed.sh"), "kill -9 $$\n");
-    const QString passThrough = standIn(QStringLiteral("pkexec-pass.sh"), "exec \"$@\"\n");
+    const QString fails = standIn(QStringLiteral("fails.sh"), "sleep 0.2; exit 1\n");
+    const QString says127 = standIn(QStringLiteral("says127.sh"), "sleep 0.2; exit 127\n");
+    const QString killed = standIn(QStringLiteral("killed.sh"), "sleep 0.2; kill -9 $$\n");
+    // The dialog takes a moment; then pkexec becomes the tool.
+    const QString passThrough = standIn(QStringLiteral("pkexec-pass.sh"), "sleep 0.1; exec \"$@\"\n");
+    const auto refusing = [&](const char* name, const QByteArray& message, int code) {
+        return standIn(QString::fromLatin1(name), "echo '" + message + "' >&2; exit " + QByteArray::number(code) + "\n");
+    };
+    const QString notExecutable = tmp.write(QStringLiteral("plain"), "data");
     struct Case
     {
         const char* name;
         QString pkexec;
         QString tool;
         Kind kind;
-        bool exited;
-        int status;
+        bool exited = false;
+        int status = 0;
+        bool started = false;
     } cases[] = {
-        {"dismissed", standIn(QStringLiteral("pkexec-126.sh"), "exit 126\n"), fails, Kind::Cancelled, false, 0},
-        {"not authorized", standIn(QStringLiteral("pkexec-127.sh"), "exit 127\n"), fails, Kind::NotAuthorized, false, 0},
-        {"tool exits 1", passThrough, fails, Kind::Finished, true, 1},
-        {"tool killed", passThrough, killed, Kind::Finished, false, 9},
-        {"tool succeeds", passThrough, standIn(QStringLiteral("ok.sh"), "exit 0\n"), Kind::Finished, true, 0},
+        {"dismissed", refusing("d.sh", "Error executing command as another user: Request dismissed", 126), fails, Kind::Cancelled},
+        {"not authorized", refusing("n.sh", "Error executing command as another user: Not authorized", 127), fails, Kind::NotAuthorized},
+        {"no agent", refusing("a.sh", "Error executing command as another user: No authentication agent found.", 127), fails,
+         Kind::NoAgent},
+        {"no textual agent", refusing("t.sh", "Error creating textual authentication agent: no terminal", 127), fails, Kind::NoAgent},
+        {"pkexec fails", refusing("f.sh", "pkexec must be setuid root", 127), fails, Kind::NotStarted},
+        {"tool exits 1", passThrough, fails, Kind::Finished, true, 1, true},
+        {"tool exits 127", passThrough, says127, Kind::Finished, true, 127, true},
+        {"tool killed", passThrough, killed, Kind::Finished, false, 9, true},
+        {"tool succeeds", passThrough, standIn(QStringLiteral("ok.sh"), "sleep 0.2; exit 0\n"), Kind::Finished, true, 0, true},
+        {"tool missing", passThrough, tmp.file(QStringLiteral("no-tool")), Kind::NotStarted},
+        {"tool not executable", passThrough, notExecutable, Kind::NotStarted},
+        {"no pkexec", tmp.file(QStringLiteral("no-pkexec")), fails, Kind::NotStarted},
     };
     for (const auto& c : cases) {
-        RVPkexecAuthorization authorization(c.pkexec);
-        const auto outcome = authorization.executeWithPrivileges(c.tool, {QStringLiteral("a b")});
+        bool started = false;
+        const auto outcome = RVPkexecAuthorization(c.pkexec).executeWithPrivileges(c.tool, {QStringLiteral("a b")},
+                                                                                   [&] { started = true; });
         EXPECT_EQ(outcome.kind, c.kind) << c.name;
+        EXPECT_EQ(started, c.started) << c.name;
         if (c.kind == Kind::Finished) {
             EXPECT_EQ(outcome.exited, c.exited) << c.name;
             EXPECT_EQ(outcome.status, c.status) << c.name;
         }
     }
-    RVPkexecAuthorization missing(tmp.file(QStringLiteral("no-pkexec")));
-    EXPECT_EQ(missing.executeWithPrivileges(fails, {}).kind, Kind::NotStarted);
 }
 
 TEST_F(PkexecStandInTest, TheToolCopiesTheProductAndTrashesThePreviousCopy)
@@ -232,7 +249,7 @@ TEST(RealPkexec, CopiesAProductThroughTrain)
     const QString destination = makeTestBundle(volume, {QStringLiteral("Product"), QStringLiteral("product"),
                                                         QStringLiteral("PROD"), QString(), QStringLiteral("1.0")});
     RVPkexecAuthorization pkexec;
-    const auto outcome = pkexec.executeWithPrivileges(kTrain, {source, destination});
+    const auto outcome = pkexec.executeWithPrivileges(kTrain, {source, destination}, [] {});
     ASSERT_EQ(outcome.kind, RVAuthorization::Outcome::Kind::Finished);
     EXPECT_TRUE(outcome.exited);
     EXPECT_EQ(outcome.status, 0);
@@ -242,6 +259,29 @@ TEST(RealPkexec, CopiesAProductThroughTrain)
     const auto previous = RVBundle::bundleWithPath(volume + QStringLiteral("/.Trash-0/files/Product.app"));
     ASSERT_TRUE(previous);
     EXPECT_EQ(previous->objectForInfoDictionaryKey(QStringLiteral("CFBundleShortVersionString")).toString(), QStringLiteral("1.0"));
+}
+
+} // namespace
+
+namespace {
+
+// A user of a session without an authentication agent, started without a terminal (as
+// from a file manager): the real pkexec cannot ask, and says so.
+TEST(RealPkexec, WithoutAnAgentTheUserCannotBeAsked)
+{
+    const QByteArray user = qgetenv("RV_TEST_USER");
+    if (!qEnvironmentVariableIsSet("RV_REAL_PKEXEC") || user.isEmpty() || ::getuid() != 0)
+        GTEST_SKIP() << "needs root, polkitd and the user of tests/linux/with-test-user.sh";
+    QProcess asUser;
+    asUser.setProcessEnvironment(QProcessEnvironment());
+    asUser.start(QStringLiteral("/usr/bin/setsid"),
+                 {QStringLiteral("--wait"), QStringLiteral("/usr/sbin/runuser"), QStringLiteral("-u"), QString::fromUtf8(user),
+                  QStringLiteral("--"), QStringLiteral(RV_AUTHORIZE_HELPER), QStringLiteral("/usr/bin/pkexec"), QStringLiteral("/bin/true")});
+    asUser.setStandardInputFile(QProcess::nullDevice());
+    ASSERT_TRUE(asUser.waitForFinished(30000));
+    const QByteArray printed = asUser.readAllStandardOutput().trimmed();
+    EXPECT_EQ(printed, QByteArray::number(int(RVAuthorization::Outcome::Kind::NoAgent)) + " 0 0 0")
+        << printed.toStdString() << asUser.readAllStandardError().toStdString();
 }
 
 } // namespace

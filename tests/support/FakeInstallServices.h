@@ -117,11 +117,13 @@ public:
     QString tool;
     QStringList arguments;
     int calls = 0;
-    Outcome executeWithPrivileges(const QString& t, const QStringList& a) override
+    Outcome executeWithPrivileges(const QString& t, const QStringList& a, const std::function<void()>& started) override
     {
         ++calls;
         tool = t;
         arguments = a;
+        if (outcome.kind == Outcome::Kind::Finished || outcome.kind == Outcome::Kind::Unobserved)
+            started();
         return outcome;
     }
 };

@@ -147,6 +147,18 @@ TEST_F(WorkerTest, ACopyThatQuitsOnTheSecondAttemptLetsTheCopyGoOn)
     EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitSucceeded);
 }
 
+TEST_F(WorkerTest, WithoutAnAuthenticationAgentTheFailureNamesTheCause)
+{
+    files.writable.clear();
+    platform.authorization->outcome = {RVAuthorization::Outcome::Kind::NoAgent, false, 0, 0};
+    setArguments({});
+    installAndWait();
+    EXPECT_EQ(view.texts[Field::Message],
+              QStringLiteral("Authorized copying failed. No authentication agent is running in this session to ask for the "
+                             "administrator password.\rTry installing Product manually by copying it to the Applications folder."));
+    EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitFailed);
+}
+
 TEST_F(WorkerTest, FailuresCarryTheManualHintUnlessAWrapperIsUsed)
 {
     files.existing.insert(QStringLiteral("/Applications/Product.app"));
