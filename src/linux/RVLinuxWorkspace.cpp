@@ -3,6 +3,7 @@
 #include "RVAutostart.h"
 #include "RVBundle.h"
 #include "RVDesktopEntry.h"
+#include "RVFd.h"
 #include "RVLauncher.h"
 #include "RVLog.h"
 #include "RVPaths.h"
@@ -12,6 +13,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -65,10 +67,13 @@ bool RVLinuxWorkspace::openApplication(const QString& path)
     const QString executable = bundle ? bundle->executablePath() : QString();
     if (executable.isNull())
         return false;
+    // The product's output is its own: not our terminal, and never our log file.
+    const RVFd nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
     RVLaunchRequest request;
     request.executable = executable;
     request.workingDirectory = QDir::homePath();
     request.ownSession = true;
+    request.standardInput = request.standardOutput = request.standardError = nothing.get();
     return m_launcher->launch(request).task != nullptr;
 }
 

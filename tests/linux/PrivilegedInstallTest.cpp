@@ -17,6 +17,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+
 namespace {
 
 const QString kTrain = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/Resources/train");
@@ -209,6 +211,35 @@ TEST(DesktopIcons, EveryItemGetsTheThemesIconForItsKind)
     QFile entry(registration.entryPath);
     ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
     EXPECT_TRUE(entry.readAll().contains("\nIcon=application-x-executable\n"));
+}
+
+// The launched product writes into a place of its own, never into the installer's log.
+TEST(Launch, TheProductsOutputIsNotTheInstallers)
+{
+    TempDir tmp;
+    tmp.write(QStringLiteral("Talker.app/Contents/Info.plist"), "{ CFBundleExecutable = talk; }");
+    tmp.write(QStringLiteral("Talker.app/Contents/MacOS/talk"),
+              "#!/bin/sh\necho product-says-out; echo product-says-err >&2; touch \"$0.done\"\n",
+              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QString log = tmp.write(QStringLiteral("installer.log"), "");
+    RVLinuxWorkspace workspace(std::make_shared<RVLinuxLauncher>(), tmp.path());
+    const int saved[2] = {::dup(1), ::dup(2)};
+    const int logFd = ::open(QFile::encodeName(log).constData(), O_WRONLY | O_APPEND);
+    ::dup2(logFd, 1);
+    ::dup2(logFd, 2);
+    const bool opened = workspace.openApplication(tmp.file(QStringLiteral("Talker.app")));
+    ::dup2(saved[0], 1);
+    ::dup2(saved[1], 2);
+    for (const int fd : {saved[0], saved[1], logFd})
+        ::close(fd);
+    ASSERT_TRUE(opened);
+    const QString done = tmp.file(QStringLiteral("Talker.app/Contents/MacOS/talk.done"));
+    for (int i = 0; i < 250 && !QFile::exists(done); ++i)
+        QThread::msleep(20);
+    ASSERT_TRUE(QFile::exists(done));
+    QFile written(log);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(written.readAll().contains("product-says"));
 }
 
 TEST(Launch, OpenedBundleRunsAsAnApplication)
