@@ -73,6 +73,7 @@ bool RVX11ActiveWindowWatcher::start()
     xcb_flush(connection);
     m_notifier = new QSocketNotifier(xcb_get_file_descriptor(connection), QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &RVX11ActiveWindowWatcher::readEvents);
+    handleEvents(false); // what the round trips above have queued already
     return true;
 }
 
@@ -102,20 +103,42 @@ bool RVX11ActiveWindowWatcher::activeWindowIsFullScreen()
 
 void RVX11ActiveWindowWatcher::readEvents()
 {
-    bool activeChanged = false;
-    bool stateChanged = false;
-    while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
-        if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY) {
-            const auto* notify = reinterpret_cast<xcb_property_notify_event_t*>(event);
-            activeChanged |= notify->window == m_root && notify->atom == m_activeAtom;
-            stateChanged |= notify->window == m_activeWindow && notify->atom == m_stateAtom;
+    handleEvents(true);
+}
+
+// The round trips made while handling events read the socket and leave what else came
+// in xcb's queue, where the socket notifier cannot see it: handle until the queue is empty.
+void RVX11ActiveWindowWatcher::handleEvents(bool readSocket)
+{
+    for (;;) {
+        bool any = false;
+        bool activeChanged = false;
+        bool stateChanged = false;
+        while (xcb_generic_event_t* event =
+                   readSocket ? xcb_poll_for_event(m_connection) : xcb_poll_for_queued_event(m_connection)) {
+            any = true;
+            if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY) {
+                const auto* notify = reinterpret_cast<xcb_property_notify_event_t*>(event);
+                activeChanged |= notify->window == m_root && notify->atom == m_activeAtom;
+                stateChanged |= notify->window == m_activeWindow && notify->atom == m_stateAtom;
+            }
+            free(event);
         }
-        free(event);
+        readSocket = false;
+        if (xcb_connection_has_error(m_connection)) {
+            if (m_notifier)
+                m_notifier->setEnabled(false); // the display went away; nothing more will come
+            return;
+        }
+        if (!any)
+            break;
+        handleChanges(activeChanged, stateChanged);
     }
-    if (xcb_connection_has_error(m_connection)) {
-        m_notifier->setEnabled(false); // the display went away; nothing more will come
-        return;
-    }
+    xcb_flush(m_connection);
+}
+
+void RVX11ActiveWindowWatcher::handleChanges(bool activeChanged, bool stateChanged)
+{
     if (activeChanged) {
         followActiveWindow();
         std::optional<pid_t> pid;
@@ -135,5 +158,4 @@ void RVX11ActiveWindowWatcher::readEvents()
             emit fullScreenChanged(fullScreen);
         }
     }
-    xcb_flush(m_connection);
 }

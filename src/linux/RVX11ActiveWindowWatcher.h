@@ -29,6 +29,8 @@ signals:
 
 private:
     void readEvents();
+    void handleEvents(bool readSocket);
+    void handleChanges(bool activeChanged, bool stateChanged);
     void followActiveWindow();
     bool activeWindowIsFullScreen();
 

@@ -6,6 +6,7 @@
 #include "RVProcess.h"
 #include "RVLinuxApplicationEvents.h"
 #include "RVLinuxLaunchEnvironment.h"
+#include "RVX11ActiveWindowWatcher.h"
 #include "RVNotificationCenter.h"
 #include "RVUtilities.h"
 #include "RVX11WindowSystem.h"
@@ -166,6 +167,31 @@ TEST_F(X11Test, FrontSwitchesAndFullScreenArriveAsEvents)
     RVNotificationCenter::defaultCenter().removeObserver(token);
     RVProcess::resetNotificationsForTesting();
     RVUtilities::resetCachesForTesting();
+}
+
+// A switch that reaches the watcher while it is still asking about the one before lands in
+// the connection's queue, not on its socket: it must still be told without waiting for
+// some later event.
+TEST_F(X11Test, ASwitchArrivingDuringTheWatchersOwnRequestsIsToldAtOnce)
+{
+    TestApplication app;
+    QString windowA, windowB;
+    auto a = windowApp(QStringLiteral("Early"), windowA);
+    auto b = windowApp(QStringLiteral("Late"), windowB);
+    RVX11ActiveWindowWatcher watcher;
+    ASSERT_TRUE(watcher.start());
+    std::vector<pid_t> fronts;
+    QObject::connect(&watcher, &RVX11ActiveWindowWatcher::frontProcessChanged, [&](std::optional<pid_t> pid) {
+        fronts.push_back(pid.value_or(0));
+        if (pid == a->pid()) {
+            // While the watcher is in the middle of its work, the front moves on.
+            windows->activateProcess(b->pid(), false);
+            eventually([&] { return windows->activeWindowProcess() == b->pid(); });
+        }
+    });
+    windows->activateProcess(a->pid(), false);
+    EXPECT_TRUE(turnLoopUntil([&] { return !fronts.empty() && fronts.back() == b->pid(); }, 3000))
+        << fronts.size() << " switches told";
 }
 
 TEST_F(X11Test, IdleTimeGrowsAndAKeyPressResetsIt)
