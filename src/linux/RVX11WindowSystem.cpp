@@ -50,8 +50,8 @@ bool RVX11WindowSystem::setProcessHidden(pid_t pid, bool hidden)
     const std::vector<xcb_window_t> windows = c->windowsOf(pid);
     if (windows.empty())
         return false;
-    for (xcb_window_t window : windows) {
-        if (hidden) {
+    if (hidden) {
+        for (xcb_window_t window : windows) {
             // ICCCM iconify request: WM_CHANGE_STATE with IconicState to the root window.
             xcb_client_message_event_t event{};
             event.response_type = XCB_CLIENT_MESSAGE;
@@ -62,11 +62,18 @@ bool RVX11WindowSystem::setProcessHidden(pid_t pid, bool hidden)
             xcb_send_event(c->xcb(), 0, c->root(),
                            XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                            reinterpret_cast<const char*>(&event));
-        } else {
-            xcb_ewmh_request_change_active_window(c->ewmh(), c->screen(), window, kSource,
-                                                  c->serverTime(), XCB_WINDOW_NONE);
         }
+        return c->flush();
     }
+    // ICCCM: mapping an iconic window asks for its normal state. Window managers activate
+    // what they de-iconify, so the window that was active is asked back afterwards: the
+    // windows are shown, the front stays where it was.
+    const std::optional<xcb_window_t> active = c->activeWindow();
+    for (xcb_window_t window : windows)
+        xcb_map_window(c->xcb(), window);
+    if (active && *active != XCB_WINDOW_NONE && c->pidOf(*active) != pid)
+        xcb_ewmh_request_change_active_window(c->ewmh(), c->screen(), *active, kSource, c->serverTime(),
+                                              XCB_WINDOW_NONE);
     return c->flush();
 }
 
