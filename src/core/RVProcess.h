@@ -124,6 +124,8 @@ public:
     RVProcess& operator=(const RVProcess&) = delete;
 
 private:
+    // Whether the process ended within seconds, looking every 10 ms.
+    bool waitForEnd(double seconds);
 
     const RVSerialNumber m_psn;
     // Properties are filled lazily and may be asked from two threads.

@@ -3,6 +3,8 @@
 #include "RVLog.h"
 #include "RVPlatform.h"
 
+#include <algorithm>
+
 namespace {
 
 RVProcessTable& table()
@@ -20,6 +22,7 @@ constexpr int kNoDisplayError = -1;
 constexpr int kNoWindowError = -2;
 constexpr int kSendError = -3;
 constexpr int kEventNotHandledError = -1708;
+constexpr int kTimeoutError = -1712;
 
 struct Phase
 {
@@ -106,18 +109,35 @@ void RVProcess::quit()
 
 void RVProcess::sendAppleEventClassEventIDTimeout(RVOSType eventClass, RVOSType eventID, float timeout)
 {
-    (void)timeout; // a window message is not answered, so there is nothing to wait for
+    // The reply is awaited for the time-out given in ticks, truncated as the event manager does.
+    const double waitSeconds = std::max(0, int(std::clamp(double(timeout) * 60.0, -1e9, 1e9))) / 60.0;
     int error = kEventNotHandledError;
     if (eventClass == RVFourCC("aevt") && eventID == RVFourCC("quit")) {
+        // The desktop's quit request; the reply is the process's end.
         switch (windowSystem().closeProcessWindows(unixPID())) {
-        case RVWindowSystem::CloseResult::Sent: error = 0; break;
+        case RVWindowSystem::CloseResult::Sent: error = waitForEnd(waitSeconds) ? 0 : kTimeoutError; break;
         case RVWindowSystem::CloseResult::NoDisplay: error = kNoDisplayError; break;
         case RVWindowSystem::CloseResult::NoWindow: error = kNoWindowError; break;
         case RVWindowSystem::CloseResult::SendFailed: error = kSendError; break;
         }
+    } else if ((eventClass == RVFourCC("aevt") && eventID == RVFourCC("rapp")) ||
+               (eventClass == RVFourCC("misc") && eventID == RVFourCC("actv"))) {
+        error = windowSystem().activateProcess(unixPID(), false) ? 0 : kNoWindowError;
     }
     if (error != 0)
         RVLog(QStringLiteral("*** event error: %d"), error);
+}
+
+bool RVProcess::waitForEnd(double seconds)
+{
+    RVClock& clock = RVPlatform::current().clock();
+    const double start = clock.now();
+    while (!table().isTerminated(serialNumber())) {
+        if (clock.now() - start >= seconds)
+            return false;
+        clock.sleepMicroseconds(10'000);
+    }
+    return true;
 }
 
 void RVProcess::wakeUp()

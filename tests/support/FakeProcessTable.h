@@ -181,13 +181,15 @@ class FakeWindowSystem : public RVWindowSystem
 public:
     std::optional<pid_t> active;
     CloseResult closeResult = CloseResult::Sent;
+    bool activates = true;
+    std::function<void(pid_t)> onClose; // what the process does when asked to close
     QStringList calls;
 
     std::optional<pid_t> activeWindowProcess() override { return active; }
     bool activateProcess(pid_t pid, bool frontWindowOnly) override
     {
         calls << QStringLiteral("activate %1%2").arg(pid).arg(frontWindowOnly ? " front-window-only" : "");
-        return true;
+        return activates;
     }
     bool setProcessHidden(pid_t pid, bool hidden) override
     {
@@ -199,6 +201,8 @@ public:
     CloseResult closeProcessWindows(pid_t pid) override
     {
         calls << QStringLiteral("close %1").arg(pid);
+        if (onClose && closeResult == CloseResult::Sent)
+            onClose(pid);
         return closeResult;
     }
 };

@@ -122,16 +122,51 @@ TEST_F(QuitTest, QuitThatSucceedsDoesNotTouchWindows)
     EXPECT_TRUE(windows.calls.isEmpty());
 }
 
-TEST_F(QuitTest, AppleEventsOtherThanQuitAreNotHandled)
+// Quit waits for the end up to the time-out; reopen and activate bring the process to the
+// front; the rest have no meaning here.
+TEST_F(QuitTest, AppleEventsWithALinuxMeaningAreHonouredWithinTheTimeout)
 {
-    const auto p = app();
-    p->sendAppleEventClassEventIDTimeout(RVFourCC("aevt"), RVFourCC("quit"), 1.0f);
-    EXPECT_TRUE(log.lines().isEmpty());
-    p->sendAppleEventClassEventIDTimeout(RVFourCC("misc"), RVFourCC("actv"), 1.0f);
-    windows.closeResult = RVWindowSystem::CloseResult::NoWindow;
-    p->sendAppleEventClassEventIDTimeout(RVFourCC("aevt"), RVFourCC("quit"), 1.0f);
-    EXPECT_EQ(log.lines(), (QStringList{QStringLiteral("*** event error: -1708"),
-                                        QStringLiteral("*** event error: -2")}));
+    using Close = RVWindowSystem::CloseResult;
+    struct Case
+    {
+        const char eventClass[5], eventID[5];
+        Close close;
+        bool endsOnClose, activates;
+        float timeout;
+        QStringList lines;
+        double waited; // seconds at least
+    } cases[] = {
+        {"aevt", "quit", Close::Sent, true, true, 2.0f, {}, 0},
+        {"aevt", "quit", Close::Sent, false, true, 2.0f, {QStringLiteral("*** event error: -1712")}, 2.0},
+        {"aevt", "quit", Close::Sent, false, true, 0.01f, {QStringLiteral("*** event error: -1712")}, 0},
+        {"aevt", "quit", Close::NoWindow, false, true, 2.0f, {QStringLiteral("*** event error: -2")}, 0},
+        {"aevt", "quit", Close::NoDisplay, false, true, 2.0f, {QStringLiteral("*** event error: -1")}, 0},
+        {"aevt", "rapp", Close::Sent, false, true, 2.0f, {}, 0},
+        {"misc", "actv", Close::Sent, false, false, 2.0f, {QStringLiteral("*** event error: -2")}, 0},
+        {"aevt", "odoc", Close::Sent, false, true, 2.0f, {QStringLiteral("*** event error: -1708")}, 0},
+    };
+    for (const auto& c : cases) {
+        RVProcess::resetCacheForTesting();
+        table.processes.clear();
+        const auto p = app();
+        ASSERT_TRUE(p);
+        windows.closeResult = c.close;
+        windows.activates = c.activates;
+        windows.onClose = [&](pid_t pid) {
+            if (c.endsOnClose)
+                table.processes[pid].running = false;
+        };
+        windows.calls.clear();
+        const qsizetype before = log.lines().size();
+        const double start = clock.time;
+        p->sendAppleEventClassEventIDTimeout(RVFourCC(c.eventClass), RVFourCC(c.eventID), c.timeout);
+        const std::string name = std::string(c.eventClass) + "/" + c.eventID + " " + std::to_string(int(c.close));
+        EXPECT_EQ(log.lines().mid(before), c.lines) << name;
+        EXPECT_GE(clock.time - start, c.waited) << name;
+        EXPECT_LT(clock.time - start, c.waited + 0.1) << name;
+        EXPECT_EQ(windows.calls.size(), QString::fromLatin1(c.eventID) == u"odoc" ? 0 : 1) << name;
+    }
+    windows.onClose = nullptr;
 }
 
 TEST_F(QuitTest, SteeringCallsReachTheWindowSystemInOrder)
