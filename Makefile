@@ -36,7 +36,7 @@ sanitize: deps
 		ctest $(CTEST_FLAGS)
 
 # The tests whose code runs on two threads.
-TSAN_TESTS ?= ProcessCacheThreads|ScriptRunner|Log\.|WorkerTest|PrivilegedTest|SoundTest
+TSAN_TESTS ?= ProcessCacheThreads|ProcessUINotificationsTest|ScriptRunner|Log\.|WorkerTest|PrivilegedTest|SoundTest
 
 tsan: deps
 	cmake -S . -B $(TSAN_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DRV_TSAN=ON

@@ -45,35 +45,35 @@ void RVNotificationCenter::post(const RVNotification& notification)
 
 RVNotificationQueue& RVNotificationQueue::defaultQueue()
 {
-    static RVNotificationQueue queue;
+    thread_local RVNotificationQueue queue(QThread::currentThread());
     return queue;
 }
 
-void RVNotificationQueue::installIdleHook()
+RVNotificationQueue::~RVNotificationQueue()
 {
-    QCoreApplication* application = QCoreApplication::instance();
-    if (!application)
-        return;
-    // The hook belongs to the main thread's dispatcher, so it is made there.
-    QMetaObject::invokeMethod(application, [this, application] {
-        if (QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance(application->thread()))
-            QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, application,
-                             [this] { postPending(); });
-    });
+    if (m_hookedTo)
+        QObject::disconnect(m_hook);
 }
 
 void RVNotificationQueue::enqueueWhenIdle(const RVNotification& notification)
 {
     std::lock_guard lock(m_mutex);
-    if (m_hookedTo != QCoreApplication::instance()) {
-        installIdleHook();
-        m_hookedTo = QCoreApplication::instance();
+    QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance(m_owner);
+    if (dispatcher && m_hookedTo != dispatcher) {
+        // The dispatcher lives in the owner's thread, so the hook runs there.
+        m_hook = QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, dispatcher,
+                                  [this] { postPending(); });
+        m_hookedTo = dispatcher;
     }
     const bool merged = std::any_of(m_pending.begin(), m_pending.end(), [&](const RVNotification& waiting) {
         return waiting.name == notification.name && waiting.object == notification.object;
     });
     if (!merged)
         m_pending.push_back(notification);
+    // A loop that is already waiting would not reach its idle point until something else
+    // happened.
+    if (dispatcher && QThread::currentThread() != m_owner)
+        dispatcher->wakeUp();
 }
 
 void RVNotificationQueue::postPending()

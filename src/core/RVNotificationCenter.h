@@ -2,7 +2,9 @@
 
 #include "RVCoreOnly.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
+#include <QThread>
 #include <QPointer>
 #include <QString>
 #include <QVariantMap>
@@ -47,24 +49,33 @@ private:
     Token m_next = 1;
 };
 
-// Notifications waiting to be posted when the main thread's event loop is about to wait for
-// more events. A notification with the same name and object as one already waiting is merged
-// into it: a burst posts once, with the first one's user information.
+// Notifications waiting to be posted when a thread's event loop is about to wait for more
+// events; each thread has its own default queue. A notification with the same name and
+// object as one already waiting is merged into it: a burst posts once, with the first one's
+// user information.
 class RVNotificationQueue
 {
 public:
+    // The queue of the calling thread.
     static RVNotificationQueue& defaultQueue();
 
-    // Needs the application object; the idle hook is installed on first use.
+    // From any thread; another thread's enqueue wakes the owner's loop so that it posts.
+    // The owner needs an event loop (its idle hook is installed on first use).
     void enqueueWhenIdle(const RVNotification& notification);
-    // Posts everything that waits (the idle hook calls this).
+    // Posts everything that waits (the idle hook calls this, on the owner's thread).
     void postPending();
     qsizetype pendingCount();
 
-private:
-    void installIdleHook();
+    RVNotificationQueue(const RVNotificationQueue&) = delete;
+    RVNotificationQueue& operator=(const RVNotificationQueue&) = delete;
+    ~RVNotificationQueue();
 
+private:
+    explicit RVNotificationQueue(QThread* owner) : m_owner(owner) {}
+
+    QThread* const m_owner;
     std::mutex m_mutex;
     std::vector<RVNotification> m_pending;
-    QPointer<QCoreApplication> m_hookedTo; // the application whose loop posts for us
+    QPointer<QAbstractEventDispatcher> m_hookedTo; // the loop that posts for us
+    QMetaObject::Connection m_hook;
 };

@@ -71,13 +71,16 @@ RVProcess::Ptr RVProcess::processWithSerialNumber(RVSerialNumber psn)
 
 void RVProcess::cleanupCache()
 {
+    std::vector<Ptr> gone; // released after the lock: a process's destruction is not the cache's
     std::lock_guard lock(g_cacheMutex);
     std::size_t i = 0;
     while (i < g_cachedProcesses.size()) {
-        if (!g_cachedProcesses[i]->isStillRunning())
+        if (!g_cachedProcesses[i]->isStillRunning()) {
+            gone.push_back(std::move(g_cachedProcesses[i]));
             g_cachedProcesses.erase(g_cachedProcesses.begin() + qsizetype(i));
-        else
+        } else {
             ++i;
+        }
     }
 }
 
@@ -97,8 +100,9 @@ std::vector<RVProcess::Ptr> RVProcess::cachedProcesses()
 
 void RVProcess::resetCacheForTesting()
 {
+    std::vector<Ptr> gone;
     std::lock_guard lock(g_cacheMutex);
-    g_cachedProcesses.clear();
+    gone.swap(g_cachedProcesses);
     g_currentProcess.reset();
     g_cacheExists = false;
 }

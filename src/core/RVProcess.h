@@ -4,9 +4,11 @@
 #include "RVAccessibility.h"
 #include "RVBundle.h"
 #include "RVFourCharCode.h"
+#include "RVNotificationCenter.h"
 #include "RVProcessTable.h"
 
 #include <QDateTime>
+#include <QThread>
 #include <QString>
 #include <QVariant>
 #include <QVariantMap>
@@ -143,15 +145,17 @@ private:
     std::optional<QVariantMap> m_customInfo;
     std::optional<RVAccessibleElement> m_axAppElem;
     std::unique_ptr<RVAccessibilityObserver> m_axObserver;
+    QThread* m_axThread = nullptr; // where the observer was made, and must be destroyed
 };
 
 // The application-event handler: runs the effect of launches (5) and ends (6) and enqueues
 // RVProcessChangeNotification. Always answers 0 (no error).
 int ApplicationStartEndHandler(RVOSType eventClass, std::uint32_t kind);
 // The interface-event callback: enqueues RVProcessUINotification for the process that
-// registered, with the element ("" when none) and the notification's name.
+// registered, with the element ("" when none) and the notification's name, on the queue of
+// the thread that made the observer.
 void notificationHandler(const std::optional<RVAccessibleElement>& element, const QString& name,
-                         RVProcess* process);
+                         RVProcess* process, RVNotificationQueue& queue);
 
 // Seconds since the epoch at which pid started; 0.0 when unknown.
 double proc_start_time(pid_t pid);

@@ -4,6 +4,9 @@
 #include "RVNotificationCenter.h"
 #include "RVPlatform.h"
 
+#include <QAbstractEventDispatcher>
+#include <QMetaObject>
+
 #include <atomic>
 
 const QString RVProcessChangeNotification = QStringLiteral("RVProcessChangeNotification");
@@ -84,10 +87,13 @@ void RVProcess::installAXObserver()
         RVLog(QStringLiteral("AX Notifications: Could not create application object for %@"), description());
         return;
     }
-    // A failed observer leaves the element set, so that no later call tries again.
+    // A failed observer leaves the element set, so that no later call tries again. Its
+    // events are posted by this thread's queue, whatever thread reports them.
+    RVNotificationQueue* queue = &RVNotificationQueue::defaultQueue();
+    m_axThread = QThread::currentThread();
     m_axObserver = accessibility->createObserver(
-        *m_axAppElem, [this](const std::optional<RVAccessibleElement>& element, const QString& name) {
-            notificationHandler(element, name, this);
+        *m_axAppElem, [this, queue](const std::optional<RVAccessibleElement>& element, const QString& name) {
+            notificationHandler(element, name, this, *queue);
         });
     if (!m_axObserver)
         RVLog(QStringLiteral("AX Notifications: Could not create observer for %@"), description());
@@ -109,13 +115,23 @@ void RVProcess::removeAXNotification(const QString& name)
 void RVProcess::unregisterAXNotifications()
 {
     m_axAppElem.reset();
+    if (!m_axObserver)
+        return;
+    // An observer belongs to the loop of the thread that made it; from elsewhere (the last
+    // reference may drop on any thread) it is handed back there to be destroyed.
+    QAbstractEventDispatcher* home = m_axThread ? QAbstractEventDispatcher::instance(m_axThread) : nullptr;
+    if (home && QThread::currentThread() != m_axThread) {
+        std::shared_ptr<RVAccessibilityObserver> observer(std::move(m_axObserver));
+        QMetaObject::invokeMethod(home, [observer]() mutable { observer.reset(); }, Qt::QueuedConnection);
+    }
     m_axObserver.reset();
+    m_axThread = nullptr;
 }
 
 void notificationHandler(const std::optional<RVAccessibleElement>& element, const QString& name,
-                         RVProcess* process)
+                         RVProcess* process, RVNotificationQueue& queue)
 {
     const QVariant elementValue = element ? QVariant::fromValue(*element) : QVariant(QStringLiteral(""));
-    RVNotificationQueue::defaultQueue().enqueueWhenIdle(
+    queue.enqueueWhenIdle(
         {RVProcessUINotification, process, {{QStringLiteral("element"), elementValue}, {QStringLiteral("event"), name}}});
 }

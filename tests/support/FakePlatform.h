@@ -132,7 +132,12 @@ public:
     {
     public:
         Observer(FakeAccessibility& owner, Callback fire) : callback(std::move(fire)), m_owner(owner) {}
-        ~Observer() override { std::erase(m_owner.observers, this); }
+        ~Observer() override
+        {
+            if (m_owner.onDestroy)
+                m_owner.onDestroy();
+            std::erase(m_owner.observers, this);
+        }
         bool addNotification(const QString& notification) override
         {
             if (m_owner.refusedNotifications.contains(notification))
@@ -153,6 +158,7 @@ public:
     bool observersFail = false;
     QSet<QString> refusedNotifications;
     std::vector<Observer*> observers; // live ones
+    std::function<void()> onDestroy;   // runs in an observer's destructor
     int elementRequests = 0;
 
     std::optional<RVAccessibleElement> applicationElement(pid_t pid) override

@@ -3,7 +3,12 @@
 #include "RVProcess.h"
 #include "TestApplication.h"
 
+#include <QThread>
 #include <QTimer>
+
+#include <atomic>
+#include <future>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -195,6 +200,49 @@ TEST_F(ProcessUINotificationsTest, CallbacksPostTheElementAndTheEventAndTheObser
     RVProcess::resetCacheForTesting();
     process.reset();
     EXPECT_TRUE(platform.accessibility->observers.empty());
+}
+
+// An observer made on a thread of its own: its events are posted on that thread even when
+// reported from another (which wakes that thread's waiting loop), and it is destroyed there,
+// never while the process cache is locked, wherever the process's last reference goes.
+TEST_F(ProcessUINotificationsTest, AnObserverPostsAndIsTornDownOnTheThreadThatMadeIt)
+{
+    platform.accessibility->applications.insert(300, application);
+    QThread home;
+    QObject atHome;
+    atHome.moveToThread(&home);
+    home.start();
+    std::atomic<QThread*> postedOn{nullptr}, destroyedOn{nullptr};
+    std::atomic<bool> cacheFreeAtDestruction{false};
+    const auto token = RVNotificationCenter::defaultCenter().addObserver(
+        RVProcessUINotification, process.get(), [&](const RVNotification&) { postedOn = QThread::currentThread(); });
+    platform.accessibility->onDestroy = [&] {
+        destroyedOn = QThread::currentThread();
+        auto probe = std::async(std::launch::async, [] { return RVProcess::cachedProcesses().size(); });
+        cacheFreeAtDestruction = probe.wait_for(std::chrono::seconds(2)) == std::future_status::ready;
+    };
+    QMetaObject::invokeMethod(
+        &atHome, [this] { process->addAXNotification(QStringLiteral("AXFocusedWindowChanged")); },
+        Qt::BlockingQueuedConnection);
+    ASSERT_EQ(platform.accessibility->observers.size(), 1u);
+
+    platform.accessibility->observers.front()->callback(std::nullopt, QStringLiteral("AXFocusedWindowChanged"));
+    const auto waitFor = [](const std::function<bool()>& condition) {
+        for (int i = 0; i < 200 && !condition(); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return condition();
+    };
+    EXPECT_TRUE(waitFor([&] { return postedOn == &home; })) << "posted on " << postedOn.load();
+
+    platform.processTable->processes[300].running = false;
+    RVProcess::cleanupCache();
+    process.reset();
+    EXPECT_TRUE(waitFor([&] { return destroyedOn == &home; })) << "destroyed on " << destroyedOn.load();
+    EXPECT_TRUE(cacheFreeAtDestruction);
+    home.quit();
+    home.wait();
+    platform.accessibility->onDestroy = nullptr;
+    RVNotificationCenter::defaultCenter().removeObserver(token);
 }
 
 TEST_F(ProcessUINotificationsTest, AProcessWithoutObserverIsDestroyedQuietly)
