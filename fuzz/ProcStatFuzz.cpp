@@ -1,4 +1,4 @@
-// /proc/PID/stat lines (the command name is chosen by the process) and ps processor times.
+// /proc/PID/stat lines (the command name is chosen by the process) and 'vers' records.
 #include "RVProcTable.h"
 #include "RVProcess.h"
 
@@ -8,7 +8,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const QByteArray text(reinterpret_cast<const char*>(data), qsizetype(size));
     RVProcTable::parseStat(text);
-    procCpuTimeFromPsOutput(QString::fromUtf8(text));
     versionFromVersRecord(text);
     return 0;
 }

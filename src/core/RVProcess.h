@@ -161,8 +161,5 @@ void notificationHandler(const std::optional<RVAccessibleElement>& element, cons
 double proc_start_time(pid_t pid);
 // Processor seconds pid used in user mode; 0.0 when unknown.
 float proc_cpu_time(pid_t pid);
-// The "minutes:seconds" form in which ps prints processor time: "  1:02.50" is 62.5;
-// text without ':' is 0.0.
-float procCpuTimeFromPsOutput(const QString& text);
 // The version text of a 'vers' resource record (four bytes at least); null when shorter.
 QString versionFromVersRecord(const QByteArray& record);

@@ -273,19 +273,10 @@ float RVProcess::secondsRunning()
     return float(double(launchDate().msecsTo(QDateTime::currentDateTimeUtc())) / 1000.0);
 }
 
-float procCpuTimeFromPsOutput(const QString& text)
-{
-    const qsizetype colon = text.indexOf(u':');
-    if (colon < 0)
-        return 0.0f;
-    const float minutes = float(RVLeadingInt(text.left(colon)));
-    const float seconds = float(RVLeadingDouble(text.mid(colon + 1)));
-    return seconds + minutes * 60.0f;
-}
-
 float proc_cpu_time(pid_t pid)
 {
-    // /proc gives the ticks directly; no need to run ps and read its text back.
+    // The user time ps would print, read where ps reads it (/proc/PID/stat): no shell, and
+    // no shared file in /tmp for two callers to race on or another user to plant.
     return float(table().userProcessorTime(pid).value_or(0.0));
 }
 

@@ -236,18 +236,6 @@ TEST_F(ProcessTest, KindStoreAndLaunchDate)
     EXPECT_EQ(gone->cpuTime(), 0.0f);
 }
 
-TEST(ProcCpuTime, ReadsTheMinutesAndSecondsForm)
-{
-    struct Case
-    {
-        const char* text;
-        float expected;
-    } cases[] = {{"  1:02.50", 62.5f}, {"0:00.01\n", 0.01f}, {"12:00", 720.0f},
-                 {"no colon", 0.0f}, {"", 0.0f}, {"x:5", 5.0f}, {"3:abc", 180.0f}};
-    for (const auto& c : cases)
-        EXPECT_FLOAT_EQ(procCpuTimeFromPsOutput(QString::fromLatin1(c.text)), c.expected) << c.text;
-}
-
 } // namespace
 
 namespace {
