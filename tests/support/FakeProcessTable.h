@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <vector>
 
 // A process table the test writes. Processes are kept in pid order; each knows how it
@@ -80,10 +81,12 @@ public:
         }
         return std::nullopt;
     }
+    std::set<pid_t> pidsNotFound; // gone between reading the pid and looking it up
     std::optional<RVSerialNumber> processForPID(pid_t pid) override
     {
         const auto it = processes.find(pid);
-        return it != processes.end() && it->second.running ? std::optional(it->second.psn) : std::nullopt;
+        return it != processes.end() && it->second.running && !pidsNotFound.contains(pid) ? std::optional(it->second.psn)
+                                                                                         : std::nullopt;
     }
     std::optional<pid_t> pidOfProcess(RVSerialNumber psn) override
     {

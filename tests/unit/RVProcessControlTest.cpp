@@ -83,9 +83,13 @@ TEST_F(QuitTest, ProcessThatResistsBothPhasesFailsAfterTwiceTheTimeout)
 TEST_F(QuitTest, NoPidAndNoProcessAreReported)
 {
     const auto p = app();
+    table.pidsNotFound.insert(10);
+    EXPECT_FALSE(p->quitRunningApplicationWithTimeout(4.0f));
     table.processes[10].running = false;
     EXPECT_FALSE(p->quitRunningApplicationWithTimeout(4.0f));
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("cannot quit (null): no pid")});
+    EXPECT_EQ(log.lines(), (QStringList{QStringLiteral("cannot quit Product: no process found"),
+                                        QStringLiteral("cannot quit Product: no pid")})); // the name is kept
+    EXPECT_EQ(table.processes[10].politeRequests, 0);
 }
 
 TEST_F(QuitTest, QuitFallsBackToClosingTheWindowsWithOneLinePerFailure)

@@ -189,6 +189,27 @@ TEST_F(ProcessTest, SignatureTextsAndVersionTests)
     }
 }
 
+// Cocoa is a native package whose principal class is named by text.
+TEST_F(ProcessTest, CocoaNeedsAPrincipalClassNamedByText)
+{
+    const struct
+    {
+        const char* info;
+        const char* platform;
+    } cases[] = {{"<key>NSPrincipalClass</key><string>NSApplication</string>", "Cocoa"},
+                 {"<key>NSPrincipalClass</key><integer>1</integer>", "Carbon"},
+                 {"", "Carbon"}};
+    TempDir tmp;
+    pid_t pid = 80;
+    for (const auto& c : cases) {
+        const QString name = QStringLiteral("K%1").arg(++pid);
+        tmp.write(name + QStringLiteral(".app/Contents/Info.plist"),
+                  QByteArray("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>") + c.info + "</dict></plist>");
+        table.add(pid, name, "KKKK").location = tmp.file(name + QStringLiteral(".app"));
+        EXPECT_EQ(RVProcess::processWithPID(pid)->platform(), QString::fromLatin1(c.platform)) << c.info;
+    }
+}
+
 TEST_F(ProcessTest, KindStoreAndLaunchDate)
 {
     auto& java = table.add(1, QStringLiteral("J"), "JAVA");
