@@ -148,7 +148,7 @@ float RVSound::alertVolumeFor(double v)
 
 float RVSound::alertVolume()
 {
-    const QVariant value = RVPlatform::current().userDefaults().valueForKeyInDomain(
+    const QVariant value = RVPlatform::current().userDefaults().valueForKeyWithSuite(
         QStringLiteral("com.apple.sound.beep.volume"), QStringLiteral("com.apple.systemsound"));
     // Absent, or a value that is no number at all (a list, a dictionary): full volume.
     if (!value.isValid() || value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantList)

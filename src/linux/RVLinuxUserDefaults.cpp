@@ -32,11 +32,19 @@ QString RVLinuxUserDefaults::domainFilePath(const QString& domain)
 
 QVariant RVLinuxUserDefaults::valueForKey(const QString& key) const
 {
+    return valueForKeyWithSuite(key, QString());
+}
+
+QVariant RVLinuxUserDefaults::valueForKeyWithSuite(const QString& key, const QString& suite) const
+{
     const auto argument = m_argumentDomain.constFind(key);
     if (argument != m_argumentDomain.cend())
         return *argument;
-    const QVariant own = valueForKeyInDomain(key, m_ownDomain);
-    return own.isValid() ? own : valueForKeyInDomain(key, globalDomain);
+    for (const QString& domain : {m_ownDomain, suite, globalDomain}) {
+        if (const QVariant value = valueForKeyInDomain(key, domain); value.isValid())
+            return value;
+    }
+    return {};
 }
 
 QVariant RVLinuxUserDefaults::valueForKeyInDomain(const QString& key, const QString& domain) const

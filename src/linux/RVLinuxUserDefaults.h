@@ -22,6 +22,7 @@ public:
                         DarkPreference desktopPrefersDark = nullptr);
 
     QVariant valueForKey(const QString& key) const override;
+    QVariant valueForKeyWithSuite(const QString& key, const QString& suite) const override;
     QVariant valueForKeyInDomain(const QString& key, const QString& domain) const override;
     void setValueForKey(const QString& key, const QVariant& value) override;
 

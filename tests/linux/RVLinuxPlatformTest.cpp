@@ -82,6 +82,25 @@ TEST_F(UserDefaultsTest, ArgumentsWinOverTheOwnDomainWhichWinsOverTheGlobalOne)
     EXPECT_FALSE(defaults.valueForKeyInDomain(QStringLiteral("x"), QStringLiteral("../escape")).isValid());
 }
 
+// A suite is searched after the program's own domain and before the global one.
+TEST_F(UserDefaultsTest, ASuiteComesBetweenTheOwnAndTheGlobalDomain)
+{
+    const QString key = QStringLiteral("com.apple.sound.beep.volume");
+    const QString suite = QStringLiteral("com.apple.systemsound");
+    const RVLinuxUserDefaults defaults({QStringLiteral("/prog")}, QStringLiteral("com.velmora.suite"));
+    const RVLinuxUserDefaults withArgument({QStringLiteral("/prog"), QStringLiteral("-") + key, QStringLiteral("0.1")},
+                                           QStringLiteral("com.velmora.suite"));
+    EXPECT_FALSE(defaults.valueForKeyWithSuite(key, suite).isValid());
+    writeDomain(QStringLiteral("NSGlobalDomain"), key, QStringLiteral("0.4"));
+    EXPECT_EQ(defaults.valueForKeyWithSuite(key, suite).toString(), QStringLiteral("0.4"));
+    writeDomain(suite, key, QStringLiteral("0.6"));
+    EXPECT_EQ(defaults.valueForKeyWithSuite(key, suite).toString(), QStringLiteral("0.6"));
+    EXPECT_EQ(defaults.valueForKey(key).toString(), QStringLiteral("0.4")); // no suite, no suite's value
+    writeDomain(QStringLiteral("com.velmora.suite"), key, QStringLiteral("0.8"));
+    EXPECT_EQ(defaults.valueForKeyWithSuite(key, suite).toString(), QStringLiteral("0.8"));
+    EXPECT_EQ(withArgument.valueForKeyWithSuite(key, suite).toString(), QStringLiteral("0.1"));
+}
+
 TEST_F(UserDefaultsTest, BoolForKeyReadsTheUsualSpellings)
 {
     RVLinuxUserDefaults defaults({QStringLiteral("/prog")}, QStringLiteral("com.velmora.bools"));

@@ -51,6 +51,11 @@ class FakeUserDefaults : public RVUserDefaults
 public:
     QHash<QString, QHash<QString, QVariant>> domains; // "" is the search list's result
     QVariant valueForKey(const QString& key) const override { return domains[{}].value(key); }
+    QVariant valueForKeyWithSuite(const QString& key, const QString& suite) const override
+    {
+        const QVariant plain = valueForKey(key);
+        return plain.isValid() ? plain : domains[suite].value(key);
+    }
     QVariant valueForKeyInDomain(const QString& key, const QString& domain) const override
     {
         return domains[domain].value(key);

@@ -46,6 +46,9 @@ TEST_F(SoundTest, AlertVolumeReadsTheSystemSoundDomain)
     EXPECT_EQ(RVSound::alertVolume(), 1.0f);
     domain.insert(QStringLiteral("com.apple.sound.beep.volume"), QStringLiteral("loud"));
     EXPECT_EQ(RVSound::alertVolume(), 0.0f); // text reads as 0, which is silent
+    // The usual search comes first: an argument or the program's own value wins.
+    platform.defaults->setValueForKey(QStringLiteral("com.apple.sound.beep.volume"), QStringLiteral("0.61"));
+    EXPECT_NEAR(RVSound::alertVolume(), 0.5f, 1e-4);
 }
 
 TEST(SoundFiles, ExtensionsMatchExactly)
