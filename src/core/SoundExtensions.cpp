@@ -7,6 +7,7 @@
 #include "RVPropertyList.h"
 #include "RVUtilities.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -25,8 +26,32 @@ constexpr qint64 kWakeInterval = 25'000; // ms
 const QString kSilence = QStringLiteral("SoundOfSilence");
 
 std::atomic<qint64> g_lastSoundDate{0}; // ms since the epoch; 0 before the first sound
-std::recursive_mutex g_classLock;        // serialises the silent sound
-std::optional<RVSound> g_silentSound;
+std::mutex g_silentLock;                 // guards the one silent sound, never a hand-off
+std::shared_ptr<RVSound> g_silentSound;  // released with the application that played it
+
+// Loading and playing hand work to the application's thread and wait: the lock is taken
+// only to share the sound, so that thread may itself reach for it meanwhile.
+std::shared_ptr<RVSound> silentSound()
+{
+    {
+        std::lock_guard lock(g_silentLock);
+        if (g_silentSound)
+            return g_silentSound;
+    }
+    auto made = std::make_shared<RVSound>(RVSound::soundNamed(kSilence));
+    made->setVolume(0.01f);
+    std::lock_guard lock(g_silentLock);
+    if (!g_silentSound) {
+        g_silentSound = made;
+        if (QCoreApplication* application = QCoreApplication::instance()) {
+            QObject::connect(application, &QObject::destroyed, [] {
+                std::lock_guard inner(g_silentLock);
+                g_silentSound.reset();
+            });
+        }
+    }
+    return g_silentSound;
+}
 
 RVAudio& audio()
 {
@@ -51,8 +76,10 @@ QStringList soundNamesIn(const QString& folder)
 
 QStringList systemSoundFolders()
 {
-    return {QStringLiteral("/System/Library/Sounds"), QStringLiteral("/Library/Sounds"),
-            RVPlatform::current().systemFacts().homeDirectory() + QStringLiteral("/Library/Sounds")};
+    const RVSystemFacts& facts = RVPlatform::current().systemFacts();
+    return {facts.systemRoot() + QStringLiteral("/System/Library/Sounds"),
+            facts.systemRoot() + QStringLiteral("/Library/Sounds"),
+            facts.homeDirectory() + QStringLiteral("/Library/Sounds")};
 }
 
 QString findSound(const QString& folder, const QString& name)
@@ -207,7 +234,8 @@ QStringList RVSound::systemSounds()
 
 QString RVSound::soundEffectDeviceID() const
 {
-    QFile file(QStringLiteral("/Library/Preferences/Audio/com.apple.audio.SystemSettings.plist"));
+    QFile file(RVPlatform::current().systemFacts().systemRoot() +
+               QStringLiteral("/Library/Preferences/Audio/com.apple.audio.SystemSettings.plist"));
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const auto list = RVPropertyList::fromData(file.readAll());
@@ -228,12 +256,7 @@ QString RVSound::soundEffectDeviceID() const
 
 void RVSound::playSilentSoundThread()
 {
-    std::lock_guard lock(g_classLock);
-    if (!g_silentSound) {
-        g_silentSound = soundNamed(kSilence);
-        g_silentSound->setVolume(0.01f);
-    }
-    g_silentSound->playAsSoundEffect();
+    silentSound()->playAsSoundEffect();
 }
 
 void RVSound::prepareForSound()
@@ -247,7 +270,8 @@ void RVSound::prepareForSound()
 
 void RVSound::resetForTesting()
 {
-    std::lock_guard lock(g_classLock);
+    std::shared_ptr<RVSound> released;
+    std::lock_guard lock(g_silentLock);
     g_lastSoundDate = 0;
-    g_silentSound.reset();
+    released.swap(g_silentSound);
 }

@@ -26,6 +26,9 @@ public:
     // The running program's executable, absolute.
     virtual QString executablePath() const = 0;
     virtual QString homeDirectory() const = 0;
+    // The folder that the system's own absolute paths (/System, /Library) are taken under:
+    // empty for the real root; tests give a folder of their own.
+    virtual QString systemRoot() const { return {}; }
     // The program that opens documents and addresses with their default application.
     virtual QString openerPath() const = 0;
     // Reopens standard output (1) or standard error (2) on path with a C library mode.

@@ -146,11 +146,17 @@ public:
         }
         void setVolume(float v) override { audio->record(QStringLiteral("volume %1").arg(double(v))); }
         double duration() override { return 0.5; }
-        void play() override { audio->record(QStringLiteral("play ") + path); }
+        void play() override
+        {
+            if (audio->onPlay)
+                audio->onPlay();
+            audio->record(QStringLiteral("play ") + path);
+        }
         QString description() const override { return QStringLiteral("<sound %1>").arg(path); }
     };
     QString device = QStringLiteral("alsa:default");
     QStringList refusedDevices;
+    std::function<void()> onPlay; // runs on the playing thread before the play is recorded
     // The silent wake-up plays on a thread of its own: the record is guarded.
     void record(const QString& event)
     {

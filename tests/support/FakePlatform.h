@@ -36,6 +36,8 @@ public:
     QStringList processArguments() const override { return arguments; }
     QString executablePath() const override { return executable; }
     QString homeDirectory() const override { return home; }
+    QString root;
+    QString systemRoot() const override { return root; }
     QString openerPath() const override { return opener; }
     QStringList reopened; // "stream path mode" of each reopening
     QSet<QString> unopenable; // paths that cannot be opened

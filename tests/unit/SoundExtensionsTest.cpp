@@ -1,6 +1,9 @@
 #include "FakePlatform.h"
 #include "SoundExtensions.h"
 #include "TempDir.h"
+#include "TestApplication.h"
+
+#include <QMetaObject>
 
 #include <QThread>
 
@@ -64,13 +67,25 @@ TEST(SoundFiles, ExtensionsMatchExactly)
         EXPECT_EQ(RVSound::isSoundFileAtPath(QString::fromUtf8(c.path)), c.sound) << c.path;
 }
 
-TEST_F(SoundTest, ApplicationSoundsLeaveOutTheSilenceAndSystemSoundsAreListedOnce)
+// A name in two system folders is one system sound; the application's own list keeps each
+// file, so a sound in two formats is there twice; the silence is never offered.
+TEST_F(SoundTest, ApplicationSoundsKeepEachFileAndSystemSoundsAreListedOnce)
 {
     EXPECT_EQ(RVSound::applicationSounds(), QStringList{QStringLiteral("Done")});
-    tmp.write(QStringLiteral("Library/Sounds/Ping.aiff"), "x");
-    tmp.write(QStringLiteral("Library/Sounds/Basso.wav"), "x");
-    tmp.write(QStringLiteral("Library/Sounds/readme.txt"), "x");
-    EXPECT_EQ(RVSound::systemSounds(), (QStringList{QStringLiteral("Basso"), QStringLiteral("Ping")}));
+    platform.facts->root = tmp.mkdir(QStringLiteral("root"));
+    platform.facts->home = tmp.mkdir(QStringLiteral("home"));
+    for (const char* file : {"root/System/Library/Sounds/Ping.aiff", "root/Library/Sounds/Ping.wav",
+                             "root/Library/Sounds/Glass.aiff", "home/Library/Sounds/Basso.wav",
+                             "home/Library/Sounds/Ping.mp3", "home/Library/Sounds/readme.txt"})
+        tmp.write(QString::fromLatin1(file), "x");
+    EXPECT_EQ(RVSound::systemSounds(), (QStringList{QStringLiteral("Basso"), QStringLiteral("Glass"), QStringLiteral("Ping")}));
+
+    for (const char* file : {"Own.app/Contents/Resources/Done.wav", "Own.app/Contents/Resources/Done.aiff",
+                             "Own.app/Contents/Resources/Chime.m4a", "Own.app/Contents/Resources/SoundOfSilence.wav"})
+        tmp.write(QString::fromLatin1(file), "x");
+    tmp.mkdir(QStringLiteral("Own.app/Contents/MacOS"));
+    platform.facts->executable = tmp.file(QStringLiteral("Own.app/Contents/MacOS/Own"));
+    EXPECT_EQ(RVSound::applicationSounds(), (QStringList{QStringLiteral("Chime"), QStringLiteral("Done"), QStringLiteral("Done")}));
 }
 
 TEST_F(SoundTest, PlayingLogsUnderSoundLogAndFallsBackFromARefusedDevice)
@@ -106,6 +121,28 @@ TEST_F(SoundTest, PrepareForSoundWakesTheOutputOnceIn25Seconds)
     QThread::msleep(50);
     EXPECT_EQ(platform.audio->events().count(silence), 1);
     EXPECT_TRUE(platform.audio->events().contains(QStringLiteral("volume 0.01")));
+}
+
+// The silent sound's thread waits for the application's thread while it plays; that thread
+// must be free to reach for the silent sound meanwhile.
+TEST_F(SoundTest, TheSilentSoundHoldsNoLockWhileItWaitsForTheApplicationThread)
+{
+    TestApplication app;
+    std::atomic<bool> handingOff{false};
+    platform.audio->onPlay = [&] {
+        if (QThread::currentThread() == QCoreApplication::instance()->thread())
+            return;
+        handingOff = true;
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [] {}, Qt::BlockingQueuedConnection);
+    };
+    RVSound::prepareForSound();
+    for (int i = 0; i < 400 && !handingOff; ++i)
+        QThread::msleep(5);
+    ASSERT_TRUE(handingOff);
+    RVSound::resetForTesting(); // on the application's thread, while the hand-off waits
+    const QString silence = QStringLiteral("play " RV_INSTALLER_BUNDLE "/Contents/Resources/SoundOfSilence.wav");
+    EXPECT_TRUE(turnLoopUntil([&] { return platform.audio->events().contains(silence); }));
+    platform.audio->onPlay = nullptr;
 }
 
 } // namespace
