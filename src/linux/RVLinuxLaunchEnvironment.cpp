@@ -106,10 +106,14 @@ std::optional<std::uint64_t> RVLinuxLaunchEnvironment::idleNanoseconds()
     const auto c = RVX11Connection::acquire();
     if (!c)
         return std::nullopt;
+    // A request of an extension the server lacks would make xcb close the shared connection.
+    const xcb_query_extension_reply_t* extension = xcb_get_extension_data(c->xcb(), &xcb_screensaver_id);
+    if (!extension || !extension->present)
+        return std::nullopt;
     xcb_screensaver_query_info_reply_t* reply = xcb_screensaver_query_info_reply(
         c->xcb(), xcb_screensaver_query_info(c->xcb(), c->root()), nullptr);
     if (!reply)
-        return std::nullopt; // no screensaver extension
+        return std::nullopt;
     const std::uint64_t nanoseconds = std::uint64_t(reply->ms_since_user_input) * 1000000u;
     free(reply);
     return nanoseconds;

@@ -9,6 +9,7 @@
 #include "RVX11ActiveWindowWatcher.h"
 #include "RVNotificationCenter.h"
 #include "RVUtilities.h"
+#include "RVX11Connection.h"
 #include "RVX11WindowSystem.h"
 #include "TestApplication.h"
 #include "TempDir.h"
@@ -210,6 +211,40 @@ TEST_F(X11Test, IdleTimeGrowsAndAKeyPressResetsIt)
     EXPECT_GE(later - first, 0.3f) << first << " then " << later;
     QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("shift")});
     EXPECT_LT(RVUtilities::idleTime(), later - 0.2f);
+}
+
+// A server without the screensaver extension: no idle time, and the shared connection
+// stays usable for everything else.
+TEST(X11WithoutScreensaver, IdleTimeIsUnknownAndTheConnectionLives)
+{
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        GTEST_SKIP() << "needs Xvfb: run under tests/x11/with-x11.sh";
+    QProcess server;
+    server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    server.start(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-extension"),
+                                          QStringLiteral("MIT-SCREEN-SAVER"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    ASSERT_TRUE(server.waitForReadyRead(10000));
+    const QByteArray display = ":" + server.readLine().trimmed();
+    const QByteArray saved = qgetenv("DISPLAY");
+    qputenv("DISPLAY", display);
+    FakePlatform platform;
+    RVLinuxLaunchEnvironment environment(std::make_shared<RVProcTable>());
+    xcb_connection_t* before = nullptr;
+    {
+        const auto lease = RVX11Connection::acquire();
+        ASSERT_TRUE(lease);
+        before = lease->xcb();
+    }
+    EXPECT_FALSE(environment.idleNanoseconds().has_value());
+    {
+        const auto lease = RVX11Connection::acquire();
+        ASSERT_TRUE(lease);
+        EXPECT_EQ(xcb_connection_has_error(lease->xcb()), 0);
+        EXPECT_EQ(lease->xcb(), before) << "the connection was lost and made again";
+    }
+    qputenv("DISPLAY", saved);
+    server.terminate();
+    server.waitForFinished(5000);
 }
 
 TEST_F(X11Test, MicroTakesTheFrontForAMomentAndGivesItBack)
