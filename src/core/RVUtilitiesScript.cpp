@@ -1,6 +1,7 @@
 #include "RVUtilities.h"
 
 #include "RVLog.h"
+#include "RVPaths.h"
 #include "RVPlatform.h"
 
 #include <QDir>
@@ -15,16 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-QString expandTilde(const QString& path)
-{
-    const QString home = RVPlatform::current().systemFacts().homeDirectory();
-    if (path == u"~")
-        return home;
-    if (path.startsWith(QStringLiteral("~/")))
-        return home + path.mid(1);
-    return path;
-}
 
 // Closes a descriptor when it goes out of scope.
 struct FileDescriptor
@@ -58,8 +49,9 @@ QString RVUtilities::runShellScriptWithParametersTimeout(const QString& script,
                                                          const std::optional<QStringList>& parameters,
                                                          double timeout)
 {
-    const QString path = expandTilde(script);
-    const QString name = QFileInfo(path).fileName();
+    const QString path =
+        RVPaths::stringByExpandingTildeInPath(script, RVPlatform::current().systemFacts().homeDirectory());
+    const QString name = RVPaths::lastPathComponent(path);
 
     QByteArray outputPath = QFile::encodeName(QDir::tempPath()) + "/script-output-XXXXXX";
     FileDescriptor output{::mkostemp(outputPath.data(), O_CLOEXEC)};

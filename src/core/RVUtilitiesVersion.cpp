@@ -209,12 +209,10 @@ QString RVUtilities::localizedDateString(const QString& date)
 {
     // The day starts at midnight UTC and is shown in the local time zone, as a date
     // formatter shows an instant.
+    // A string that does not parse is no date, and the formatter shows that as it will.
     const QDate day = QDate::fromString(date, QStringLiteral("yyyy-MM-dd"));
-    if (!day.isValid())
-        return QStringLiteral("");
-    const QDateTime instant(day, QTime(0, 0), Qt::UTC);
-    const QLocale locale = RVPlatform::current().systemFacts().currentLocale();
-    return locale.toString(instant.toLocalTime().date(), QLocale::ShortFormat);
+    const QDate shown = day.isValid() ? QDateTime(day, QTime(0, 0), Qt::UTC).toLocalTime().date() : QDate();
+    return RVPlatform::current().systemFacts().currentLocale().toString(shown, QLocale::ShortFormat);
 }
 
 bool RVUtilities::pantherOrOlder() { return flooredAppKit() <= 743; }

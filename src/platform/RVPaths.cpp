@@ -1,7 +1,11 @@
 #include "RVPaths.h"
 
 #include <QDir>
+#include <QFile>
 #include <QStringList>
+
+#include <pwd.h>
+#include <vector>
 
 namespace RVPaths {
 
@@ -22,20 +26,30 @@ QString withoutRedundantSlashes(const QString& path)
     return result;
 }
 
-QString expandingTilde(const QString& path)
-{
-    if (path == u"~" || path.startsWith(QStringLiteral("~/")))
-        return QDir::homePath() + path.mid(1);
-    return path;
-}
-
 } // namespace
+
+QString stringByExpandingTildeInPath(const QString& path, const QString& home)
+{
+    if (!path.startsWith(u'~'))
+        return path;
+    const qsizetype slash = path.indexOf(u'/');
+    const QString user = path.mid(1, slash < 0 ? -1 : slash - 1);
+    const QString rest = slash < 0 ? QString() : path.mid(slash);
+    if (user.isEmpty())
+        return home + rest;
+    std::vector<char> buffer(16384);
+    struct passwd entry {};
+    struct passwd* found = nullptr;
+    if (::getpwnam_r(user.toLocal8Bit().constData(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
+        return path;
+    return QFile::decodeName(found->pw_dir) + rest;
+}
 
 QString standardizedPath(const QString& path)
 {
     if (path.isEmpty())
         return path;
-    QString absolute = expandingTilde(path);
+    QString absolute = stringByExpandingTildeInPath(path, QDir::homePath());
     if (!absolute.startsWith(u'/'))
         absolute = QDir::currentPath() + u'/' + absolute;
     QStringList parts;

@@ -7,10 +7,14 @@
 // text (the home folder and the working folder); nothing here reads the disk.
 namespace RVPaths {
 
-// The absolute form every path takes when it enters the installer: "~" expanded, relative
+// The absolute form every path takes when it enters the installer: "~" and "~user" expanded, relative
 // to the working folder, no "//", no "." segments, ".." resolved textually, no trailing
 // slash. Null and empty stay as they are.
 QString standardizedPath(const QString& path);
+
+// A leading "~" or "~/" becomes home, "~user" or "~user/" that user's home from the
+// password database, as the shell expands them; an unknown user leaves the path as it is.
+QString stringByExpandingTildeInPath(const QString& path, const QString& home);
 
 // "/a/b.app/" -> "b.app"; "/" -> "/"; "" -> "".
 QString lastPathComponent(const QString& path);

@@ -1,11 +1,15 @@
 #include "FakePlatform.h"
 #include "RVLinuxLauncher.h"
+#include "RVPaths.h"
 #include "RVUtilities.h"
 #include "TempDir.h"
 
 #include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <pwd.h>
+#include <unistd.h>
 
 namespace {
 
@@ -39,13 +43,28 @@ TEST_F(ScriptRunnerTest, ReturnsInterleavedOutputOfAScriptThatEndsAtOnce)
     EXPECT_TRUE(log.lines().isEmpty());
 }
 
-TEST_F(ScriptRunnerTest, ExpandsTheTildeToHome)
+// "~" and "~user" as the shell expands them; parameters are passed as they are.
+TEST_F(ScriptRunnerTest, ExpandsTheTildeAsTheShellWould)
 {
-    tmp.write(QStringLiteral("home/hello.sh"), "#!/bin/sh\necho hi\n",
+    tmp.write(QStringLiteral("home/hello.sh"), "#!/bin/sh\necho \"hi $1\"\n",
               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     EXPECT_EQ(RVUtilities::runShellScriptWithParametersTimeout(QStringLiteral("~/hello.sh"),
-                                                               std::nullopt, 10.0),
-              QStringLiteral("hi\n"));
+                                                               QStringList{QStringLiteral("~")}, 10.0),
+              QStringLiteral("hi ~\n"));
+    struct passwd* me = ::getpwuid(::getuid());
+    ASSERT_TRUE(me);
+    const QString mine = QStringLiteral("~") + QString::fromLocal8Bit(me->pw_name);
+    const struct
+    {
+        QString path, expanded;
+    } cases[] = {{QStringLiteral("~"), QStringLiteral("/h")},
+                 {QStringLiteral("~/a/b"), QStringLiteral("/h/a/b")},
+                 {mine + QStringLiteral("/x"), QFile::decodeName(me->pw_dir) + QStringLiteral("/x")},
+                 {mine, QFile::decodeName(me->pw_dir)},
+                 {QStringLiteral("~no-such-user-here/x"), QStringLiteral("~no-such-user-here/x")},
+                 {QStringLiteral("/a/~/b"), QStringLiteral("/a/~/b")}};
+    for (const auto& c : cases)
+        EXPECT_EQ(RVPaths::stringByExpandingTildeInPath(c.path, QStringLiteral("/h")), c.expanded) << c.path.toStdString();
 }
 
 TEST_F(ScriptRunnerTest, LimitOfZeroTerminatesAndKeepsTheOutputSoFar)
@@ -71,6 +90,9 @@ TEST_F(ScriptRunnerTest, MissingScriptAnswersTheFailureText)
         tmp.file(QStringLiteral("absent.sh")), std::nullopt, 1.0);
     EXPECT_TRUE(output.startsWith(QStringLiteral("script absent.sh failed: "))) << output.toStdString();
     EXPECT_TRUE(output.contains(QStringLiteral("No such file"))) << output.toStdString();
+    // A trailing slash: the name is still the last component.
+    EXPECT_TRUE(RVUtilities::runShellScriptWithParametersTimeout(tmp.file(QStringLiteral("absent.sh/")), std::nullopt, 1.0)
+                    .startsWith(QStringLiteral("script absent.sh failed: ")));
 }
 
 TEST_F(ScriptRunnerTest, OutputThatIsNotUtf8GivesNull)
