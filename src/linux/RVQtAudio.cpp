@@ -1,5 +1,7 @@
 #include "RVQtAudio.h"
 
+#include "RVWaveHeader.h"
+
 #include <QAudioDevice>
 #include <QCoreApplication>
 #include <QFile>
@@ -29,22 +31,7 @@ void onApplicationThread(const std::function<void()>& work)
 double waveDuration(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray head = file.read(4096);
-    if (!head.startsWith("RIFF") || head.mid(8, 4) != "WAVE")
-        return 0;
-    quint32 byteRate = 0;
-    for (qsizetype at = 12; at + 8 <= head.size();) {
-        const QByteArray id = head.mid(at, 4);
-        const quint32 size = qFromLittleEndian<quint32>(head.constData() + at + 4);
-        if (id == "fmt " && at + 20 <= head.size())
-            byteRate = qFromLittleEndian<quint32>(head.constData() + at + 16);
-        if (id == "data")
-            return byteRate ? double(size) / byteRate : 0;
-        at += 8 + qsizetype(size) + (size & 1);
-    }
-    return 0;
+    return file.open(QIODevice::ReadOnly) ? RVWaveDuration(file.read(4096)) : 0;
 }
 
 class QtPlayer;

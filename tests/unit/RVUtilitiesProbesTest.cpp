@@ -69,11 +69,13 @@ TEST_F(ProbesTest, TintImageNamesFollowTheSystemThemeAndTint)
         const char* style; // AppleInterfaceStyle, or null
         int tint;
         const char* image; // expected file name, or null
+        bool dark;         // the dark menu theme
     } cases[] = {
-        {2487, nullptr, 1, "tintYosBlue.png"},  {2487, nullptr, 6, "tintYosGraphite.png"},
-        {2487, "Dark", 1, "tintYosDarkBlue.png"}, {2487, "Dark", 0, "tintYosDarkGraphite.png"},
-        {2487, "Light", 7, "tintYosGraphite.png"}, {1265, "Dark", 1, "tintMavBlue.png"},
-        {1265, nullptr, 6, nullptr}, // tintMavGraphite is not in the bundle
+        {2487, nullptr, 1, "tintYosBlue.png", false},  {2487, nullptr, 6, "tintYosGraphite.png", false},
+        {2487, "Dark", 1, "tintYosDarkBlue.png", true}, {2487, "Dark", 0, "tintYosDarkGraphite.png", true},
+        {1343, "Dark", 1, "tintYosDarkBlue.png", true}, {1342.9, "Dark", 1, "tintMavBlue.png", false},
+        {2487, "Light", 7, "tintYosGraphite.png", false}, {1265, "Dark", 1, "tintMavBlue.png", false},
+        {1265, nullptr, 6, nullptr, false}, // tintMavGraphite is not in the bundle
     };
     for (const Case& c : cases) {
         platform.facts->appKit = c.appKit;
@@ -86,7 +88,7 @@ TEST_F(ProbesTest, TintImageNamesFollowTheSystemThemeAndTint)
             EXPECT_EQ(image, app + QStringLiteral("/Contents/Resources/") + QLatin1String(c.image)) << c.appKit << c.tint;
         else
             EXPECT_TRUE(image.isNull()) << image.toStdString();
-        EXPECT_EQ(RVUtilities::darkMenuTheme(), c.appKit >= 1343 && c.style && QByteArray(c.style) == "Dark");
+        EXPECT_EQ(RVUtilities::darkMenuTheme(), c.dark) << c.appKit << (c.style ? c.style : "");
     }
 }
 

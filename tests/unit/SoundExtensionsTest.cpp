@@ -1,4 +1,5 @@
 #include "FakePlatform.h"
+#include "RVWaveHeader.h"
 #include "SoundExtensions.h"
 #include "TempDir.h"
 #include "TestApplication.h"
@@ -52,6 +53,31 @@ TEST_F(SoundTest, AlertVolumeReadsTheSystemSoundDomain)
     // The usual search comes first: an argument or the program's own value wins.
     platform.defaults->setValueForKey(QStringLiteral("com.apple.sound.beep.volume"), QStringLiteral("0.61"));
     EXPECT_NEAR(RVSound::alertVolume(), 0.5f, 1e-4);
+}
+
+TEST(WaveHeader, TheDataChunkOverTheByteRateIsTheDuration)
+{
+    const auto chunk = [](const char* id, const QByteArray& body) {
+        QByteArray out(id, 4);
+        const quint32 size = quint32(body.size());
+        out.append(reinterpret_cast<const char*>(&size), 4);
+        return out + body + (size & 1 ? QByteArray(1, '\0') : QByteArray());
+    };
+    QByteArray format(16, '\0');
+    format[8] = char(0x80), format[9] = char(0x3e); // 16000 bytes a second
+    const QByteArray riff("RIFF\0\0\0\0WAVE", 12);
+    const struct
+    {
+        QByteArray head;
+        double seconds;
+    } cases[] = {{riff + chunk("fmt ", format) + chunk("data", QByteArray(8000, 'x')), 0.5},
+                 {riff + chunk("LIST", "odd") + chunk("fmt ", format) + chunk("data", QByteArray(32000, 'x')), 2.0},
+                 {riff + chunk("data", QByteArray(10, 'x')), 0.0},           // no format before the data
+                 {riff + chunk("fmt ", format).left(20), 0.0},                // cut short
+                 {"RIFX" + riff.mid(4) + chunk("fmt ", format), 0.0},
+                 {QByteArray(), 0.0}};
+    for (const auto& c : cases)
+        EXPECT_DOUBLE_EQ(RVWaveDuration(c.head), c.seconds) << c.head.left(24).toHex().toStdString();
 }
 
 TEST(SoundFiles, ExtensionsMatchExactly)
