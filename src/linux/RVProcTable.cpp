@@ -1,6 +1,7 @@
 #include "RVProcTable.h"
 
 #include "RVBundle.h"
+#include "RVInterpretedProgram.h"
 #include "RVResourceFork.h"
 
 #include <QDir>
@@ -111,7 +112,33 @@ QString RVProcTable::applicationLocation(pid_t pid) const
     const QString app = RVBundle::enclosingAppFolder(QFileInfo(executable).path());
     if (!app.isNull())
         return app;
-    return pid == m_ownPid ? executable : QString();
+    if (pid == m_ownPid)
+        return executable;
+    return interpretedApplicationLocation(pid, executable);
+}
+
+QString RVProcTable::interpretedApplicationLocation(pid_t pid, const QString& executable) const
+{
+    const QString base = QStringLiteral("%1/%2/").arg(m_procRoot).arg(pid);
+    const QByteArray command = readSmallFile(base + QStringLiteral("cmdline"));
+    if (!command.contains(".app/"))
+        return {}; // the usual case, decided without reading anything else
+    QStringList arguments;
+    for (const QByteArray& argument : command.split('\0'))
+        arguments << QFile::decodeName(argument);
+    if (!arguments.isEmpty() && arguments.last().isEmpty())
+        arguments.removeLast();
+    const QString program = RVInterpretedProgram::programOf(
+        arguments, executable, QFile::symLinkTarget(base + QStringLiteral("cwd")));
+    const QString app = program.isNull() ? QString() : RVBundle::enclosingAppFolder(QFileInfo(program).path());
+    if (app.isNull())
+        return {};
+    if (program.endsWith(QStringLiteral(".jar")))
+        return app; // a jar of the bundle, started by its executable
+    const auto bundle = RVBundle::bundleWithPath(app);
+    const QString main = bundle ? bundle->executablePath() : QString();
+    return !main.isEmpty() && QFileInfo(main).canonicalFilePath() == QFileInfo(program).canonicalFilePath() ? app
+                                                                                                          : QString();
 }
 
 std::optional<pid_t> RVProcTable::livePid(RVSerialNumber psn) const

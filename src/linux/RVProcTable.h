@@ -59,6 +59,8 @@ private:
     // The .app holding pid's executable; the executable itself for our own process
     // outside a bundle; null for anything that is not an application.
     QString applicationLocation(pid_t pid) const;
+    // The .app whose main executable (a script) or jar the interpreter pid runs; else null.
+    QString interpretedApplicationLocation(pid_t pid, const QString& executable) const;
     std::optional<pid_t> livePid(RVSerialNumber psn) const;
     QVariantMap bundleInfo(const QString& location);
     // Name and signature from a bundle's info dictionary.

@@ -7,6 +7,9 @@
 #include "TestApps.h"
 
 #include <QDateTime>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -209,6 +212,77 @@ TEST(ProcTableParsing, StatFieldsAfterACommandWithParentheses)
     EXPECT_EQ(s->startTicks, 987654u);
     EXPECT_FALSE(RVProcTable::parseStat("garbage"));
     EXPECT_FALSE(RVProcTable::parseStat("1 (x) S 1 2"));
+}
+
+} // namespace
+
+namespace {
+
+// A bundle whose main executable is a script run by an interpreter: sh that does not exec, a
+// python3 script, a jar that java runs from the bundle. Each is found, named and asked to
+// quit; a program that merely names the script (an editor, a pager) is no application.
+TEST_F(ProcTableTest, InterpretedProductsAreApplicationsOfTheirBundle)
+{
+    const auto scriptBundle = [&](const QString& name, const QByteArray& script) {
+        const QString app = tmp.mkdir(name + QStringLiteral(".app/Contents/MacOS"));
+        tmp.write(name + QStringLiteral(".app/Contents/Info.plist"),
+                  "{ CFBundleExecutable = run; CFBundleSignature = " + name.left(4).toUpper().toLatin1() + "; }");
+        tmp.write(name + QStringLiteral(".app/Contents/MacOS/run"), script,
+                  QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        return tmp.file(name + QStringLiteral(".app"));
+    };
+    struct Case
+    {
+        QString bundle;
+        QString program; // started directly when empty
+        QStringList arguments;
+        bool application;
+    };
+    std::vector<Case> cases{
+        {scriptBundle(QStringLiteral("Shell"), "#!/bin/sh\necho ready\nwhile :; do sleep 1; done\n"), {}, {}, true},
+        {scriptBundle(QStringLiteral("Snake"), "#!/usr/bin/python3 -u\nimport time\nprint('ready')\ntime.sleep(60)\n"), {}, {}, true},
+    };
+    const QString pager = scriptBundle(QStringLiteral("Paged"), "#!/bin/sh\nexit 0\n");
+    cases.push_back({pager, QStringLiteral("/usr/bin/tail"),
+                     {QStringLiteral("-f"), pager + QStringLiteral("/Contents/MacOS/run")}, false});
+    const QString viewer = scriptBundle(QStringLiteral("Viewed"), "#!/bin/sh\nexit 0\n");
+    cases.push_back({viewer, QStringLiteral("/bin/sh"),
+                     {QStringLiteral("-c"), QStringLiteral("echo ready; sleep 60"), viewer + QStringLiteral("/Contents/MacOS/run")},
+                     false});
+    const QString javac = QStandardPaths::findExecutable(QStringLiteral("javac"));
+    const QString jarTool = QStandardPaths::findExecutable(QStringLiteral("jar"));
+    if (!javac.isEmpty() && !jarTool.isEmpty()) {
+        const QString java = scriptBundle(QStringLiteral("Javan"), "#!/bin/sh\nexec java -jar \"$(dirname \"$0\")/../Resources/app.jar\"\n");
+        tmp.write(QStringLiteral("src/Main.java"),
+                  "public class Main { public static void main(String[] a) throws Exception {"
+                  " System.out.println(\"ready\"); Thread.sleep(60000); } }");
+        QProcess::execute(javac, {QStringLiteral("-d"), tmp.file(QStringLiteral("classes")), tmp.file(QStringLiteral("src/Main.java"))});
+        tmp.mkdir(QStringLiteral("Javan.app/Contents/Resources"));
+        QProcess::execute(jarTool, {QStringLiteral("cfe"), java + QStringLiteral("/Contents/Resources/app.jar"), QStringLiteral("Main"),
+                                    QStringLiteral("-C"), tmp.file(QStringLiteral("classes")), QStringLiteral(".")});
+        cases.push_back({java, {}, {}, true});
+    } else {
+        ADD_FAILURE() << "no JDK here to build a jar"; // the machine's JDK is part of the set-up
+    }
+    for (const Case& c : cases) {
+        const std::string name = QFileInfo(c.bundle).fileName().toStdString();
+        RunningApp running(c.bundle, QStringLiteral("run"), c.arguments, c.program);
+        if (c.program != u"/usr/bin/tail")
+            ASSERT_FALSE(running.waitForLine(QStringLiteral("ready"), 20000).isEmpty()) << name;
+        else
+            QThread::msleep(200);
+        pid_t pid = running.pid();
+        // java is a child of the bundle's script when the script does not exec; here it does.
+        const auto process = RVProcess::processWithPID(pid);
+        EXPECT_EQ(bool(process), c.application) << name;
+        if (!process)
+            continue;
+        EXPECT_EQ(process->path(), c.bundle) << name;
+        EXPECT_EQ(process->name(), QFileInfo(c.bundle).completeBaseName()) << name;
+        EXPECT_EQ(process->signatureString(), QFileInfo(c.bundle).completeBaseName().left(4).toUpper()) << name;
+        EXPECT_TRUE(process->quitRunningApplicationWithTimeout(4.0f)) << name;
+        EXPECT_TRUE(running.waitForEnd(5000)) << name;
+    }
 }
 
 } // namespace
