@@ -41,11 +41,17 @@ int checkTool(const QString& tool)
     return 0;
 }
 
-// The name the kernel gives the process: it changes when pkexec execs the tool.
+// The name the kernel gives the process: the file name it last executed, cut to 15 bytes.
+// It becomes the tool's when pkexec execs the tool.
 QByteArray commandOf(pid_t pid)
 {
     QFile comm(QStringLiteral("/proc/%1/comm").arg(pid));
-    return comm.open(QIODevice::ReadOnly) ? comm.readAll() : QByteArray();
+    return comm.open(QIODevice::ReadOnly) ? comm.readAll().trimmed() : QByteArray();
+}
+
+QByteArray commandNameOf(const QString& program)
+{
+    return QFile::encodeName(program.section(u'/', -1)).left(15);
 }
 
 struct Relayed
@@ -57,17 +63,13 @@ struct Relayed
 // Passes what the child writes on standard error on to ours, keeping the beginning to read
 // pkexec's message, and calls toolStarted once the child has become the tool. Returns at
 // the end of the output.
-Relayed relayUntilEnd(int readEnd, pid_t pid, const std::function<void()>& toolStarted)
+Relayed relayUntilEnd(int readEnd, pid_t pid, const QByteArray& toolName, const std::function<void()>& toolStarted)
 {
     Relayed relay;
-    const QByteArray launcherName = commandOf(pid);
     for (;;) {
-        if (!relay.started && !launcherName.isEmpty()) {
-            const QByteArray now = commandOf(pid);
-            if (!now.isEmpty() && now != launcherName) {
-                relay.started = true;
-                toolStarted();
-            }
+        if (!relay.started && commandOf(pid) == toolName) {
+            relay.started = true;
+            toolStarted();
         }
         pollfd watched{readEnd, POLLIN, 0};
         const int ready = ::poll(&watched, 1, kPollMilliseconds);
@@ -125,7 +127,7 @@ RVAuthorization::Outcome RVPkexecAuthorization::executeWithPrivileges(const QStr
         outcome.error = error;
         return outcome;
     }
-    const Relayed relay = relayUntilEnd(readEnd.get(), pid, toolStarted);
+    const Relayed relay = relayUntilEnd(readEnd.get(), pid, commandNameOf(tool), toolStarted);
 
     // Wait for this child only: other children of the installer are not ours to reap.
     int status = 0;
