@@ -13,6 +13,7 @@
 
 int main(int argc, char* argv[])
 {
+    RVLinuxPlatform::chooseWindowSystem();
     RVLinuxPlatform::prepareDisplayInBackground();
     QStringList arguments;
     for (int i = 0; i < argc; ++i)

@@ -35,7 +35,9 @@ const QHash<QString, QString>& eventTypesByName()
     return table;
 }
 
-QString accessibilityBusAddress()
+} // namespace
+
+QString RVAtspiAccessibility::busAddress()
 {
     const QString fromEnvironment = qEnvironmentVariable("AT_SPI_BUS_ADDRESS");
     if (!fromEnvironment.isEmpty())
@@ -49,8 +51,6 @@ QString accessibilityBusAddress()
     const QDBusReply<QString> reply = session.call(call, QDBus::Block, kCallTimeoutMs);
     return reply.isValid() ? reply.value() : QString();
 }
-
-} // namespace
 
 RVAtspiAccessibility::~RVAtspiAccessibility()
 {
@@ -84,7 +84,7 @@ std::optional<RVAtspiAccessibility::Link> RVAtspiAccessibility::link()
     if (m_link)
         QDBusConnection::disconnectFromBus(kConnectionName);
     m_link.reset();
-    const QString address = accessibilityBusAddress();
+    const QString address = busAddress();
     if (address.isEmpty())
         return std::nullopt;
     QDBusConnection connection = QDBusConnection::connectToBus(address, kConnectionName);

@@ -19,6 +19,10 @@ public:
     std::unique_ptr<RVAccessibilityObserver> createObserver(const RVAccessibleElement& application,
                                                             RVAccessibilityObserver::Callback callback) override;
 
+    // The accessibility bus's address: AT_SPI_BUS_ADDRESS, else the session bus's answer;
+    // empty when there is none.
+    static QString busAddress();
+
     // The bus's event type for a notification name ("AXWindowCreated" is "window:create");
     // names that already are event types stand for themselves. Empty when unknown.
     static QString eventTypeFor(const QString& notification);

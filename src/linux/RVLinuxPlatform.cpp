@@ -71,6 +71,14 @@ void RVLinuxPlatform::install(const QStringList& arguments)
         {.userDefaults = std::make_shared<RVLinuxUserDefaults>(arguments, domain)});
 }
 
+void RVLinuxPlatform::chooseWindowSystem()
+{
+    // A Wayland session gets a native Wayland window; X (XWayland too) is the fallback when
+    // the Wayland plugin cannot start. A choice the user made stands.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "wayland;xcb");
+}
+
 void RVLinuxPlatform::prepareDisplayInBackground()
 {
     if (!std::getenv("DISPLAY"))

@@ -2,9 +2,15 @@
 
 #include "RVX11Connection.h"
 
+#include <QGuiApplication>
+#include <QMetaObject>
+#include <QThread>
+
 #include <xcb/xcb_icccm.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <future>
 #include <vector>
 
 namespace {
@@ -93,6 +99,19 @@ RVWindowSystem::CloseResult RVX11WindowSystem::closeProcessWindows(pid_t pid)
 
 bool RVX11WindowSystem::isOptionKeyDown()
 {
+    // The keyboard as the application sees it, Wayland too: its modifier state belongs to
+    // the main thread, which is asked and given a moment to answer (it may be waiting for
+    // this very worker, when the window closes).
+    if (QCoreApplication* application = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
+        if (QThread::currentThread() == application->thread())
+            return QGuiApplication::queryKeyboardModifiers().testFlag(Qt::AltModifier);
+        auto answer = std::make_shared<std::promise<bool>>();
+        std::future<bool> held = answer->get_future();
+        QMetaObject::invokeMethod(application, [answer] {
+            answer->set_value(QGuiApplication::queryKeyboardModifiers().testFlag(Qt::AltModifier));
+        });
+        return held.wait_for(std::chrono::seconds(2)) == std::future_status::ready && held.get();
+    }
     const auto c = RVX11Connection::acquire();
     if (!c)
         return false;

@@ -1,0 +1,55 @@
+#!/usr/bin/env bash
+# End to end in a Wayland session (weston, headless): the installer runs as a native Wayland
+# client; a previous copy of the product runs, once as a Wayland client and once as an X
+# client under XWayland; Install is pressed through the accessibility bus. Then the old copy
+# has quit, the new copy is in place and running, and the previous copy is in the Trash.
+set -euo pipefail
+source "$(dirname "$0")/common.sh"
+press="$build/tests/rvpress"
+demo="$build/demo/Velmora Demo.app"
+cd "$work"
+
+for client in wayland xcb; do
+    export HOME="$work/$client/home" XDG_DATA_HOME="$work/$client/share"
+    export VELMORA_APPLICATIONS_DIR="$work/$client/Applications"
+    mkdir -p "$HOME/Library/Logs" "$VELMORA_APPLICATIONS_DIR"
+    installed="$VELMORA_APPLICATIONS_DIR/Velmora Demo.app"
+    installer_log="$HOME/Library/Logs/VelmoraInstaller.log"
+
+    cp -a "$demo" "$VELMORA_APPLICATIONS_DIR/"
+    sed -i 's/1\.2\.0/0.9.0/' "$installed/Contents/Info.plist"
+    QT_QPA_PLATFORM=$client "$installed/Contents/MacOS/Velmora Demo" &
+    old=$!
+    for _ in $(seq 1 100); do
+        grep -q "libqxcb\|libqwayland" "/proc/$old/maps" 2>/dev/null && break
+        sleep 0.05
+    done
+    grep -q "libq$client" "/proc/$old/maps" || fail "the previous copy is no $client client"
+
+    "$demo/Contents/Resources/VelmoraInstaller.app/Contents/MacOS/VelmoraInstaller" \
+        -sourcePath "$demo" -completionQuit 2 &
+    installer=$!
+    "$press" "$installer" "Install" 30 >/dev/null || fail "no Install button on the accessibility bus"
+    grep -q "libqwayland" "/proc/$installer/maps" || fail "the installer is no Wayland client"
+    if [[ $client == wayland ]]; then
+        for _ in $(seq 1 300); do
+            grep -q "quit delay" "$installer_log" 2>/dev/null && break
+            sleep 0.1
+        done
+        weston-screenshooter >/dev/null 2>&1 && mv wayland-screenshot-*.png "$artifacts/wayland-final-page.png" ||
+            fail "no screenshot"
+    fi
+    for _ in $(seq 1 600); do
+        kill -0 "$installer" 2>/dev/null || break
+        sleep 0.1
+    done
+    kill -0 "$installer" 2>/dev/null && fail "the installer did not quit by itself ($client)"
+    wait "$installer" || fail "the installer failed ($client)"
+    kill -0 "$old" 2>/dev/null && fail "the previous $client copy still runs"
+    grep -q "1.2.0" "$installed/Contents/Info.plist" || fail "the new copy is not in place ($client)"
+    trash-list | grep -qF "$installed" || fail "the previous copy is not in the trash ($client)"
+    pgrep -f "$installed/Contents/MacOS/Velmora Demo" >/dev/null || fail "the new copy was not launched ($client)"
+    pkill -f "$installed/Contents/MacOS/Velmora Demo" || true
+done
+echo "e2e: in a Wayland session, a Wayland and an XWayland previous copy quit, trashed, replaced and launched;" \
+     "screenshot $artifacts/wayland-final-page.png"
