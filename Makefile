@@ -10,7 +10,7 @@ export CCACHE_BASEDIR := $(CURDIR)
 export CCACHE_NOHASHDIR := 1
 CTEST_FLAGS    ?= --output-on-failure -j$(JOBS) --timeout 300
 
-.PHONY: all deps build test unit sanitize tsan fuzz bench demo format clean
+.PHONY: all deps build test unit sanitize tsan fuzz bench demo dist format clean
 
 all: build
 
@@ -59,6 +59,10 @@ bench: build
 
 demo: build
 	BUILD_DIR=$(CURDIR)/$(BUILD_DIR) bash scripts/demo.sh
+
+# The demo product as one double-clickable file: build/dist/Velmora Demo-<version>-<arch>.
+dist: build
+	cmake --build $(BUILD_DIR) --target dist
 
 format:
 	find src tests fuzz bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i

@@ -74,7 +74,10 @@ bool InstallerWinController::isInUnsupportedFolder(const QString& path)
         return true;
     if (path.contains(QStringLiteral("/Volumes/")) && path.contains(QStringLiteral("-Install")))
         return true;
-    return path.contains(QStringLiteral("/Trash/")) || path.contains(QStringLiteral("/.Trash/"));
+    if (path.contains(QStringLiteral("/Trash/")) || path.contains(QStringLiteral("/.Trash/")))
+        return true;
+    // A private copy unpacked to run its installer, removed when that ends.
+    return path.contains(QStringLiteral("/AppTranslocation/"));
 }
 
 QString InstallerWinController::applicationsDirectory()

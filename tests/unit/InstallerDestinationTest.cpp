@@ -36,6 +36,8 @@ TEST(UnsupportedFolder, OnlyTheNamedPlacesAndPairsCount)
         {"/Volumes/Data/Product.app", false},        {"/media/Product-Install/Product.app", false},
         {"/Users/x/.Trash/Product.app", true},       {"/home/x/.local/share/Trash/files/P.app", true},
         {"/home/x/trash/P.app", false},              {"/Applications/Product.app", false},
+        {"/run/user/1000/velmora-Ab12Cd/AppTranslocation/P.app", true}, // unpacked from one file to ship
+        {"/home/x/AppTranslocation.app", false},
     };
     for (const auto& c : cases)
         EXPECT_EQ(InstallerWinController::isInUnsupportedFolder(QString::fromUtf8(c.path)), c.unsupported) << c.path;
