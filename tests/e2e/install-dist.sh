@@ -81,4 +81,17 @@ mkdir -p "$work/bare.app"
 "$pack" "$work/bare.app" "$work/bare" 2>/dev/null && fail "a product without the installer was packed"
 "$pack" "$second" "$work/Acme Tool-1.0-x86_64" || fail "velmora-pack failed"
 install_with "$work/Acme Tool-1.0-x86_64" "Acme Tool"
+# A large product: progress shows while it unpacks; the user may still cancel afterwards.
+big="$work/vendor/Big Tool.app"
+cp -a "$second" "$big"
+head -c 400M /dev/urandom >"$big/Contents/Resources/data.bin"
+"$pack" "$big" "$work/Big Tool-1.0-x86_64" || fail "velmora-pack failed on a large product"
+"$work/Big Tool-1.0-x86_64" 2>"$installer_log" &
+runner=$!
+xdotool search --sync --name "^Big Tool-1.0-x86_64\$" >/dev/null || fail "no progress while unpacking"
+window=$(xdotool search --sync --onlyvisible --name "^Big Tool Installer\$" | head -1) || fail "no window for Big Tool"
+xdotool windowactivate --sync "$window" key Escape # Cancel
+wait "$runner" && fail "a cancelled installation ended as installed"
+empty_runtime || fail "the private folder of the large product is left"
+
 echo "e2e: the one file installed its product and left nothing; damaged copies refused; a second product packed and installed"

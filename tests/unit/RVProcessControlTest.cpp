@@ -24,60 +24,46 @@ protected:
     LogCapture log;
 };
 
-TEST_F(QuitTest, ZeroTimeoutSendsNothingAndFails)
+// The two phases over one table: when the process ends or refuses, the one line it leaves,
+// the time taken and the polite requests sent (one a millisecond).
+TEST_F(QuitTest, EachPhaseEndsAsTheProcessObeysWithOneLine)
 {
-    const auto p = app();
-    EXPECT_FALSE(p->quitRunningApplicationWithTimeout(0.0f));
-    EXPECT_EQ(table.processes[10].politeRequests, 0);
-    EXPECT_EQ(table.processes[10].forceRequests, 0);
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("quitting Product failed")});
-}
-
-TEST_F(QuitTest, ProcessThatObeysAtOnceEndsInThePolitePhase)
-{
-    const auto p = app();
-    EXPECT_TRUE(p->quitRunningApplicationWithTimeout(4.0f));
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("quit Product: terminated after 0.001s (1 attempts)")});
-}
-
-TEST_F(QuitTest, ProcessThatIgnoresTheRequestIsForceQuitAfterTheTimeout)
-{
-    const auto p = app();
-    table.processes[10].politeRequestsToEnd = -1;
-    table.processes[10].forceRequestsToEnd = 3;
-    EXPECT_TRUE(p->quitRunningApplicationWithTimeout(4.0f));
-    // One request a millisecond for four seconds, then force.
-    EXPECT_NEAR(table.processes[10].politeRequests, 4000, 2);
-    EXPECT_EQ(table.processes[10].forceRequests, 3);
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("force-quit Product: terminated after 0.003s (3 attempts)")});
-}
-
-TEST_F(QuitTest, RefusedRequestsMeanTheProcessHadStopped)
-{
-    const auto p = app();
-    table.processes[10].refuseRequests = true;
-    EXPECT_TRUE(p->quitRunningApplicationWithTimeout(1.0f));
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("quit Product: process stopped after 0.000s (1 attempts)")});
-}
-
-TEST_F(QuitTest, ARefusalInTheForcePhaseKeepsItsHistoricSpelling)
-{
-    const auto p = app();
-    table.processes[10].politeRequestsToEnd = -1;
-    table.processes[10].refuseForceRequests = true;
-    EXPECT_TRUE(p->quitRunningApplicationWithTimeout(0.01f));
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("foce-quit Product: process stopped after 0.000s (1 attempts)")});
-}
-
-TEST_F(QuitTest, ProcessThatResistsBothPhasesFailsAfterTwiceTheTimeout)
-{
-    const auto p = app();
-    table.processes[10].politeRequestsToEnd = -1;
-    table.processes[10].forceRequestsToEnd = -1;
-    const double start = clock.time;
-    EXPECT_FALSE(p->quitRunningApplicationWithTimeout(0.5f));
-    EXPECT_NEAR(clock.time - start, 1.0, 0.01);
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("quitting Product failed")});
+    struct Case
+    {
+        const char* name;
+        int politeToEnd, forceToEnd; // -1 never
+        bool refusesPolite, refusesForce;
+        float timeout;
+        bool quit;
+        const char* line;
+        double took;
+        int politeRequests;
+    } cases[] = {
+        {"zero time-out", 1, 1, false, false, 0.0f, false, "quitting Product failed", 0.0, 0},
+        {"obeys at once", 1, 1, false, false, 4.0f, true, "quit Product: terminated after 0.001s (1 attempts)", 0.001, 1},
+        {"ignores the polite phase", -1, 3, false, false, 4.0f, true,
+         "force-quit Product: terminated after 0.003s (3 attempts)", 4.003, 4000},
+        {"had already stopped", 1, 1, true, false, 1.0f, true, "quit Product: process stopped after 0.000s (1 attempts)", 0.0, 0},
+        {"stopped in the force phase (historic spelling)", -1, 1, false, true, 0.01f, true,
+         "foce-quit Product: process stopped after 0.000s (1 attempts)", 0.01, 10},
+        {"resists both", -1, -1, false, false, 0.5f, false, "quitting Product failed", 1.0, 500},
+    };
+    for (const Case& c : cases) {
+        RVProcess::resetCacheForTesting();
+        table.processes.clear();
+        const auto p = app();
+        auto& process = table.processes[10];
+        process.politeRequestsToEnd = c.politeToEnd;
+        process.forceRequestsToEnd = c.forceToEnd;
+        process.refuseRequests = c.refusesPolite;
+        process.refuseForceRequests = c.refusesForce;
+        const qsizetype before = log.lines().size();
+        const double start = clock.time;
+        EXPECT_EQ(p->quitRunningApplicationWithTimeout(c.timeout), c.quit) << c.name;
+        EXPECT_EQ(log.lines().mid(before), QStringList{QString::fromLatin1(c.line)}) << c.name;
+        EXPECT_NEAR(clock.time - start, c.took, 0.005) << c.name;
+        EXPECT_NEAR(process.politeRequests, c.politeRequests, 2) << c.name;
+    }
 }
 
 TEST_F(QuitTest, NoPidAndNoProcessAreReported)
