@@ -12,3 +12,16 @@ cleanup() {
 }
 trap cleanup EXIT
 fail() { echo "e2e: $*" >&2; cat "$installer_log" >&2 || true; exit 1; }
+
+# Tries the command that follows every tenth of a second for up to $1 seconds; succeeds as
+# soon as it does.
+until_true() {
+    local tenths=$(($1 * 10))
+    shift
+    for _ in $(seq 1 "$tenths"); do
+        "$@" 2>/dev/null && return 0
+        sleep 0.1
+    done
+    "$@" 2>/dev/null
+}
+ended() { ! kill -0 "$1" 2>/dev/null; }

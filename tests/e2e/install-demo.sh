@@ -3,17 +3,11 @@
 # demo product, quits a running previous copy, trashes it, installs, registers and launches
 # the new copy, logs to its file and quits by itself.
 set -euo pipefail
-build=$1
-work=$(mktemp -d)
-cleanup() {
-    pkill -f "$work/" 2>/dev/null || true
-    rm -rf "$work"
-}
-trap cleanup EXIT
-fail() { echo "e2e: $*" >&2; cat "$HOME/Library/Logs/VelmoraInstaller.log" >&2 2>/dev/null || true; exit 1; }
+source "$(dirname "$0")/common.sh"
 
 export HOME="$work/home" XDG_DATA_HOME="$work/share" VELMORA_APPLICATIONS_DIR="$work/Applications"
 mkdir -p "$HOME/Library/Logs" "$VELMORA_APPLICATIONS_DIR"
+installer_log="$HOME/Library/Logs/VelmoraInstaller.log"
 demo="$build/demo/Velmora Demo.app"
 installed="$VELMORA_APPLICATIONS_DIR/Velmora Demo.app"
 
@@ -32,11 +26,7 @@ sleep 0.3
 xdotool windowactivate --sync "$window" key Return # Continue: from the read-me to the installation page
 sleep 0.3
 xdotool windowactivate --sync "$window" key Return # Install
-for _ in $(seq 1 600); do
-    kill -0 "$installer" 2>/dev/null || break
-    sleep 0.1
-done
-kill -0 "$installer" 2>/dev/null && fail "the installer did not quit by itself"
+until_true 60 ended "$installer" || fail "the installer did not quit by itself"
 wait "$installer" || fail "the installer failed"
 
 log="$HOME/Library/Logs/VelmoraInstaller.log"

@@ -19,10 +19,7 @@ window=$(xdotool search --sync --onlyvisible --name "Velmora Demo installieren" 
 sleep 0.3
 # Alt held while the focused Install button is pressed (openbox keeps Alt+click for itself).
 xdotool windowactivate --sync "$window" keydown alt key Return
-for _ in $(seq 1 300); do
-    grep -q "launched immediately" "$work/installer.log" && break
-    sleep 0.1
-done
+until_true 30 grep -q "launched immediately" "$work/installer.log"
 xdotool keyup alt
 sleep 1
 import -window root "$artifacts/final-page-de.png"
@@ -31,9 +28,5 @@ for line in "direct invocation" "enforcing authorization" "successfully copied";
 done
 [[ -x "$VELMORA_APPLICATIONS_DIR/Velmora Demo.app/Contents/MacOS/Velmora Demo" ]] || fail "not installed"
 xdotool windowactivate --sync "$window" key Return # OK
-for _ in $(seq 1 100); do
-    kill -0 "$installer" 2>/dev/null || break
-    sleep 0.1
-done
-kill -0 "$installer" 2>/dev/null && fail "OK did not quit"
+until_true 10 ended "$installer" || fail "OK did not quit"
 echo "e2e: direct invocation in German with Alt took the privileged path; screenshot $artifacts/final-page-de.png"

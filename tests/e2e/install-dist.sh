@@ -29,19 +29,13 @@ install_with() {
     [[ $(stat -c %a "$(dirname "$(dirname "$unpacked")")") == 700 ]] || fail "the private folder is not private"
     sleep 0.3
     xdotool windowactivate --sync "$window" key Return # Install
-    for _ in $(seq 1 300); do
-        grep -q "launched immediately" "$installer_log" && break
-        sleep 0.1
-    done
+    until_true 30 grep -q "launched immediately" "$installer_log"
     grep -q "successfully copied" "$installer_log" || fail "$2 was not installed"
     [[ -d "$VELMORA_APPLICATIONS_DIR/$2.app" ]] || fail "$2 is not in the applications folder"
     pgrep -f "$VELMORA_APPLICATIONS_DIR/$2.app/Contents/MacOS/" >/dev/null || fail "$2 was not launched"
     sleep 0.5
     xdotool windowactivate --sync "$window" key Return # OK
-    for _ in $(seq 1 100); do
-        kill -0 "$runner" 2>/dev/null || break
-        sleep 0.1
-    done
+    until_true 10 ended "$runner"
     wait "$runner" || fail "the file ended with a failure"
     empty_runtime || fail "the private folder is left: $(ls -A "$XDG_RUNTIME_DIR")"
     pkill -f "$VELMORA_APPLICATIONS_DIR/$2.app/Contents/MacOS/" || true

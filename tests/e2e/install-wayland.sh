@@ -20,11 +20,7 @@ for client in wayland xcb; do
     sed -i 's/1\.2\.0/0.9.0/' "$installed/Contents/Info.plist"
     QT_QPA_PLATFORM=$client "$installed/Contents/MacOS/Velmora Demo" &
     old=$!
-    for _ in $(seq 1 100); do
-        grep -q "libqxcb\|libqwayland" "/proc/$old/maps" 2>/dev/null && break
-        sleep 0.05
-    done
-    grep -q "libq$client" "/proc/$old/maps" || fail "the previous copy is no $client client"
+    until_true 10 grep -q "libq$client" "/proc/$old/maps" || fail "the previous copy is no $client client"
 
     "$demo/Contents/Resources/VelmoraInstaller.app/Contents/MacOS/VelmoraInstaller" \
         -sourcePath "$demo" -completionQuit 2 &
@@ -32,18 +28,11 @@ for client in wayland xcb; do
     "$press" "$installer" "Install" 30 >/dev/null || fail "no Install button on the accessibility bus"
     grep -q "libqwayland" "/proc/$installer/maps" || fail "the installer is no Wayland client"
     if [[ $client == wayland ]]; then
-        for _ in $(seq 1 300); do
-            grep -q "quit delay" "$installer_log" 2>/dev/null && break
-            sleep 0.1
-        done
+        until_true 30 grep -q "quit delay" "$installer_log"
         weston-screenshooter >/dev/null 2>&1 && mv wayland-screenshot-*.png "$artifacts/wayland-final-page.png" ||
             fail "no screenshot"
     fi
-    for _ in $(seq 1 600); do
-        kill -0 "$installer" 2>/dev/null || break
-        sleep 0.1
-    done
-    kill -0 "$installer" 2>/dev/null && fail "the installer did not quit by itself ($client)"
+    until_true 60 ended "$installer" || fail "the installer did not quit by itself ($client)"
     wait "$installer" || fail "the installer failed ($client)"
     kill -0 "$old" 2>/dev/null && fail "the previous $client copy still runs"
     grep -q "1.2.0" "$installed/Contents/Info.plist" || fail "the new copy is not in place ($client)"

@@ -49,11 +49,7 @@ for how in close sigterm privileged-sigterm; do
     sleep 0.05
     kill -0 "$pid" 2>/dev/null || fail "$how: quit in the middle of the copy"
     import -window "$window" "$artifacts/quitting-$how.png" 2>/dev/null || true
-    for _ in $(seq 1 600); do
-        kill -0 "$pid" 2>/dev/null || break
-        sleep 0.1
-    done
-    kill -0 "$pid" 2>/dev/null && fail "$how: never quit"
+    until_true 60 ended "$pid" || fail "$how: never quit"
     status=0
     wait "$pid" || status=$?
     ((status == 0)) || fail "$how: exit status $status after a successful installation"
