@@ -107,10 +107,20 @@ std::optional<RVAccessibleElement> RVAtspiAccessibility::applicationElement(pid_
                                        QStringLiteral("/org/a11y/atspi/accessible/root"),
                                        QStringLiteral("org.a11y.atspi.Accessible"), QStringLiteral("GetChildren")),
         QDBus::Block, kCallTimeoutMs);
-    if (children.type() != QDBusMessage::ReplyMessage || children.arguments().isEmpty())
-        return std::nullopt;
-    const QDBusArgument list = children.arguments().constFirst().value<QDBusArgument>();
-    std::vector<RVAccessibleElement> applications;
+    for (const RVAccessibleElement& application : elementsIn(children)) {
+        const QDBusReply<uint> owner = connection->bus.interface()->servicePid(application.busName);
+        if (owner.isValid() && static_cast<pid_t>(owner.value()) == pid)
+            return application;
+    }
+    return std::nullopt;
+}
+
+std::vector<RVAccessibleElement> RVAtspiAccessibility::elementsIn(const QDBusMessage& reply)
+{
+    std::vector<RVAccessibleElement> elements;
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return elements;
+    const QDBusArgument list = reply.arguments().constFirst().value<QDBusArgument>();
     list.beginArray();
     while (!list.atEnd()) {
         RVAccessibleElement element;
@@ -119,15 +129,10 @@ std::optional<RVAccessibleElement> RVAtspiAccessibility::applicationElement(pid_
         list >> element.busName >> path;
         list.endStructure();
         element.path = path.path();
-        applications.push_back(element);
+        elements.push_back(element);
     }
     list.endArray();
-    for (const RVAccessibleElement& application : applications) {
-        const QDBusReply<uint> owner = connection->bus.interface()->servicePid(application.busName);
-        if (owner.isValid() && static_cast<pid_t>(owner.value()) == pid)
-            return application;
-    }
-    return std::nullopt;
+    return elements;
 }
 
 std::unique_ptr<RVAccessibilityObserver> RVAtspiAccessibility::createObserver(

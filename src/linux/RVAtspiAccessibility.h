@@ -3,7 +3,10 @@
 #include "RVAccessibility.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QMutex>
+
+#include <vector>
 
 class RVAtspiEventRegistry;
 
@@ -18,6 +21,10 @@ public:
     std::optional<RVAccessibleElement> applicationElement(pid_t pid) override;
     std::unique_ptr<RVAccessibilityObserver> createObserver(const RVAccessibleElement& application,
                                                             RVAccessibilityObserver::Callback callback) override;
+
+    // The elements of a reply that lists them (a(so): bus name and object path), as
+    // GetChildren answers; empty for an error.
+    static std::vector<RVAccessibleElement> elementsIn(const QDBusMessage& reply);
 
     // The accessibility bus's address: AT_SPI_BUS_ADDRESS, else the session bus's answer;
     // empty when there is none.

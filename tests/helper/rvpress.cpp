@@ -64,22 +64,10 @@ std::optional<Node> findButton(QDBusConnection& bus, const Node& node, const QSt
         return node;
     if (depth > 30)
         return std::nullopt;
-    const QDBusMessage children = call(bus, node, "org.a11y.atspi.Accessible", "GetChildren");
-    if (children.arguments().isEmpty())
-        return std::nullopt;
-    const QDBusArgument list = children.arguments().first().value<QDBusArgument>();
     std::vector<Node> nodes;
-    list.beginArray();
-    while (!list.atEnd()) {
-        Node child;
-        QDBusObjectPath path;
-        list.beginStructure();
-        list >> child.service >> path;
-        list.endStructure();
-        child.path = path.path();
-        nodes.push_back(child);
-    }
-    list.endArray();
+    for (const RVAccessibleElement& child :
+         RVAtspiAccessibility::elementsIn(call(bus, node, "org.a11y.atspi.Accessible", "GetChildren")))
+        nodes.push_back({child.busName, child.path});
     for (const Node& child : nodes) {
         if (auto found = findButton(bus, child, name, depth + 1))
             return found;
