@@ -15,7 +15,7 @@ packages=(
     trash-cli wmctrl policykit-1 desktop-file-utils util-linux procps strace gdb
     at-spi2-core dbus-daemon libglib2.0-bin
     pulseaudio pulseaudio-utils sox
-    weston xwayland qt6-wayland adwaita-icon-theme
+    weston xwayland qt6-wayland adwaita-icon-theme fonts-wqy-microhei
     libarchive-dev openjdk-17-jdk-headless
 )
 

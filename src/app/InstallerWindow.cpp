@@ -2,6 +2,7 @@
 
 #include "InstallerWinController.h"
 #include "RVBundle.h"
+#include "RVLocalization.h"
 #include "RVRichText.h"
 #include "ui_InstallerWindow.h"
 
@@ -10,6 +11,7 @@
 #include <QCloseEvent>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QMessageBox>
 #include <QScreen>
 #include <QStyle>
@@ -110,6 +112,12 @@ void InstallerWindow::setImageHidden(Image image, bool hidden)
                 QPixmap(checkmark).scaled(56, 56, Qt::KeepAspectRatio, Qt::SmoothTransformation));
         }
     (image == Image::Icon ? m_ui->iconField : m_ui->checkmarkField)->setHidden(hidden);
+}
+
+void InstallerWindow::followLanguageDirection()
+{
+    const bool rightToLeft = QLocale(RVLocalization::loadedLanguage()).textDirection() == Qt::RightToLeft;
+    QGuiApplication::setLayoutDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
 }
 
 bool InstallerWindow::setIcon(const QString& icon)

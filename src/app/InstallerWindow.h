@@ -18,6 +18,9 @@ class InstallerWindow : public QDialog, public RVInstallerView
     Q_OBJECT
 
 public:
+    // Lays the application out right to left when the loaded string table is of such a
+    // language (Arabic), left to right otherwise. Before the window is made.
+    static void followLanguageDirection();
     explicit InstallerWindow(QWidget* parent = nullptr);
     ~InstallerWindow() override;
     void connectController(InstallerWinController* controller);

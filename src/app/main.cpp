@@ -22,9 +22,10 @@ int main(int argc, char* argv[])
     RVLinuxPlatform::prepareImageFormatsInBackground();
     RVLinuxPlatform::install(arguments);
     if (const auto bundle = RVBundle::mainBundle())
-        RVLocalization::load(RVPlatform::current().systemFacts().currentLocale(),
+        RVLocalization::load(RVPlatform::current().systemFacts().preferredLanguages(),
                              bundle->resourcePath() + QStringLiteral("/translations"));
     RVLocalization::installIntoApplication();
+    InstallerWindow::followLanguageDirection();
 
     InstallerWindow window;
     InstallerWinController controller;

@@ -1,8 +1,10 @@
 #include "RVLocalization.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QTranslator>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -11,16 +13,48 @@ std::mutex g_mutex;
 std::shared_ptr<QTranslator> g_translator;
 } // namespace
 
-bool RVLocalization::load(const QLocale& locale, const QString& directory)
+namespace {
+
+bool install(const std::function<bool(QTranslator&)>& loads, const QString& directory)
 {
     auto translator = std::make_shared<QTranslator>();
-    const QString table = QStringLiteral("VelmoraInstaller");
-    if (!translator->load(locale, table, QStringLiteral("_"), directory) &&
-        !translator->load(table + QStringLiteral("_en"), directory))
+    if (!loads(*translator) && !translator->load(QStringLiteral("VelmoraInstaller_en"), directory))
         return false;
     std::lock_guard lock(g_mutex);
     g_translator = std::move(translator);
     return true;
+}
+
+} // namespace
+
+bool RVLocalization::load(const QLocale& locale, const QString& directory)
+{
+    return install(
+        [&](QTranslator& translator) {
+            return translator.load(locale, QStringLiteral("VelmoraInstaller"), QStringLiteral("_"), directory);
+        },
+        directory);
+}
+
+bool RVLocalization::load(const QStringList& languages, const QString& directory)
+{
+    return install(
+        [&](QTranslator& translator) {
+            for (const QString& language : languages) {
+                // Exactly this table: the loader's own fallback would end at a table of no language.
+                const QString file = QStringLiteral("VelmoraInstaller_") + language + QStringLiteral(".qm");
+                if (QFileInfo::exists(directory + u'/' + file) && translator.load(file, directory))
+                    return true;
+            }
+            return false;
+        },
+        directory);
+}
+
+QString RVLocalization::loadedLanguage()
+{
+    std::lock_guard lock(g_mutex);
+    return g_translator ? g_translator->language() : QString();
 }
 
 void RVLocalization::installIntoApplication()

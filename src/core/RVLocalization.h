@@ -12,6 +12,10 @@ namespace RVLocalization {
 // the keys that name macOS; false when not even that is there (the keys then show as
 // they are).
 bool load(const QLocale& locale, const QString& directory);
+// The same for the first of languages ("ll" or "ll_CC") that has a table.
+bool load(const QStringList& languages, const QString& directory);
+// The language of the table loaded ("de", "ar", ...); empty when none is.
+QString loadedLanguage();
 void unload();
 // Lets the interface file's texts use the same table (needs the application object).
 void installIntoApplication();

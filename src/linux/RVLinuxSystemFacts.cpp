@@ -76,6 +76,37 @@ QLocale RVLinuxSystemFacts::currentLocale() const
     return QLocale::system();
 }
 
+QStringList RVLinuxSystemFacts::preferredLanguages() const
+{
+    return languagesFrom(qEnvironmentVariable("LANGUAGE"), qEnvironmentVariable("LC_ALL"),
+                         qEnvironmentVariable("LC_MESSAGES"), qEnvironmentVariable("LANG"));
+}
+
+QStringList RVLinuxSystemFacts::languagesFrom(const QString& language, const QString& all, const QString& messages,
+                                              const QString& lang)
+{
+    QStringList wanted = language.split(u':', Qt::SkipEmptyParts);
+    for (const QString& locale : {all, messages, lang}) {
+        if (!locale.isEmpty()) {
+            wanted << locale;
+            break;
+        }
+    }
+    QStringList languages;
+    for (QString name : wanted) {
+        name = name.section(u'.', 0, 0).section(u'@', 0, 0);
+        if (name == u"C" || name == u"POSIX")
+            name = QStringLiteral("en");
+        if (name.isEmpty())
+            continue;
+        for (const QString& form : {name, name.section(u'_', 0, 0)}) {
+            if (!languages.contains(form))
+                languages << form;
+        }
+    }
+    return languages;
+}
+
 QString RVLinuxSystemFacts::executablePath() const
 {
     return QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();

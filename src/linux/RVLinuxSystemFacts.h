@@ -13,6 +13,13 @@ public:
     std::optional<std::int32_t> gestalt(RVOSType selector) const override;
     double appKitVersionNumber() const override;
     QLocale currentLocale() const override;
+    // From LANGUAGE (a colon-separated list), then the first of LC_ALL, LC_MESSAGES and LANG
+    // that is set, as gettext reads them.
+    QStringList preferredLanguages() const override;
+    // The same from given values: codeset and modifier dropped ("de_DE.UTF-8@euro" is
+    // "de_DE"), each regional language followed by its base language, no repeats.
+    static QStringList languagesFrom(const QString& language, const QString& all, const QString& messages,
+                                     const QString& lang);
     QStringList processArguments() const override { return m_arguments; }
     QString executablePath() const override;
     QString homeDirectory() const override;

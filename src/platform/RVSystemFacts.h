@@ -21,6 +21,9 @@ public:
     // The AppKit-equivalent release number that the "or newer" tests read.
     virtual double appKitVersionNumber() const = 0;
     virtual QLocale currentLocale() const = 0;
+    // The languages the user reads, most wanted first, as "ll" or "ll_CC" (English for the
+    // C and POSIX locales).
+    virtual QStringList preferredLanguages() const { return {currentLocale().name()}; }
     // The process's argument list, the program's path first.
     virtual QStringList processArguments() const = 0;
     // The running program's executable, absolute.

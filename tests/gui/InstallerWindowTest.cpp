@@ -18,6 +18,7 @@
 #include <thread>
 
 #include <QApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMessageBox>
@@ -183,6 +184,49 @@ TEST_F(WindowTest, RtfdReadMeShowsWithItsPictureAndAnIconlessProductGetsTheDeskt
     EXPECT_EQ(QImage::fromData(logo.toByteArray()).size(), QSize(40, 30));
     EXPECT_TRUE(view->toHtml().contains(QStringLiteral("logo.png")));
     EXPECT_FALSE(child<QLabel>(window, "iconField")->pixmap().isNull());
+}
+
+// Every language at the window's minimum size: no shown label or button is cut, the page is
+// kept as a screenshot, and Arabic lays the window out mirrored.
+TEST_F(WindowTest, EveryLanguageFitsAtTheMinimumSizeAndArabicIsMirrored)
+{
+    QDir().mkpath(QStringLiteral(RV_ARTIFACTS_DIR));
+    for (const char* language : {"en", "de", "fr", "es", "it", "pt_BR", "nl", "pl", "ru", "ja", "zh_CN", "ar"}) {
+        RVLocalization::uninstallFromApplication();
+        ASSERT_TRUE(RVLocalization::load(QStringList{QString::fromLatin1(language)}, QStringLiteral(RV_TRANSLATIONS_DIR)));
+        RVLocalization::installIntoApplication();
+        InstallerWindow::followLanguageDirection();
+        InstallerWindow window;
+        InstallerWinController controller;
+        start(window, controller);
+        child<QPushButton>(window, "installButton")->click(); // the installation page
+        window.resize(window.minimumSize());
+        QCoreApplication::processEvents();
+        window.resize(window.minimumSize()); // as small as the layout lets it be
+        QCoreApplication::processEvents();
+        for (QWidget* widget : window.findChildren<QWidget*>()) {
+            if (!widget->isVisibleTo(&window))
+                continue;
+            const std::string what = std::string(language) + " " + widget->objectName().toStdString();
+            if (auto* label = qobject_cast<QLabel*>(widget); label && !label->text().isEmpty()) {
+                if (label->wordWrap())
+                    EXPECT_LE(label->heightForWidth(label->width()), label->height()) << what;
+                else
+                    EXPECT_LE(label->sizeHint().width(), label->width()) << what;
+            }
+            if (auto* button = qobject_cast<QPushButton*>(widget))
+                EXPECT_LE(button->sizeHint().width(), button->width()) << what;
+        }
+        window.grab().save(QStringLiteral(RV_ARTIFACTS_DIR "/install-page-%1.png").arg(QLatin1String(language)));
+        const bool arabic = QByteArray(language) == "ar";
+        EXPECT_EQ(window.layoutDirection(), arabic ? Qt::RightToLeft : Qt::LeftToRight) << language;
+        const int iconX = child<QLabel>(window, "iconField")->mapTo(&window, QPoint()).x();
+        const int nameX = child<QLabel>(window, "nameField")->mapTo(&window, QPoint()).x();
+        EXPECT_EQ(iconX > nameX, arabic) << language << ": the icon stands at the start of the line";
+    }
+    RVLocalization::uninstallFromApplication();
+    RVLocalization::unload();
+    InstallerWindow::followLanguageDirection();
 }
 
 TEST_F(WindowTest, SystemVersionAlertIsAWindowModalSheetWithTwoAnswers)

@@ -83,6 +83,30 @@ TEST_F(UserDefaultsTest, ArgumentsWinOverTheOwnDomainWhichWinsOverTheGlobalOne)
 }
 
 // A suite is searched after the program's own domain and before the global one.
+// LANGUAGE first, then the first of LC_ALL, LC_MESSAGES and LANG; regional then base.
+TEST(RVLinuxSystemFacts, LanguagesAreReadAsGettextReadsThem)
+{
+    const struct
+    {
+        const char *language, *all, *messages, *lang;
+        QStringList expected;
+    } cases[] = {
+        {"", "", "", "de_DE.UTF-8", {QStringLiteral("de_DE"), QStringLiteral("de")}},
+        {"", "", "fr_CA.UTF-8", "de_DE.UTF-8", {QStringLiteral("fr_CA"), QStringLiteral("fr")}},
+        {"", "ja_JP.UTF-8", "fr_CA", "de_DE", {QStringLiteral("ja_JP"), QStringLiteral("ja")}},
+        {"pt_BR:es", "", "", "de_DE.UTF-8@euro",
+         {QStringLiteral("pt_BR"), QStringLiteral("pt"), QStringLiteral("es"), QStringLiteral("de_DE"), QStringLiteral("de")}},
+        {"", "", "", "C.UTF-8", {QStringLiteral("en")}},
+        {"", "POSIX", "", "", {QStringLiteral("en")}},
+        {"", "", "", "", {}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(RVLinuxSystemFacts::languagesFrom(QString::fromLatin1(c.language), QString::fromLatin1(c.all),
+                                                    QString::fromLatin1(c.messages), QString::fromLatin1(c.lang)),
+                  c.expected)
+            << c.language << "/" << c.all << "/" << c.messages << "/" << c.lang;
+}
+
 TEST_F(UserDefaultsTest, ASuiteComesBetweenTheOwnAndTheGlobalDomain)
 {
     const QString key = QStringLiteral("com.apple.sound.beep.volume");
