@@ -122,7 +122,9 @@ void RVProcess::unregisterAXNotifications()
     QAbstractEventDispatcher* home = m_axThread ? QAbstractEventDispatcher::instance(m_axThread) : nullptr;
     if (home && QThread::currentThread() != m_axThread) {
         std::shared_ptr<RVAccessibilityObserver> observer(std::move(m_axObserver));
-        QMetaObject::invokeMethod(home, [observer]() mutable { observer.reset(); }, Qt::QueuedConnection);
+        // The only reference goes with the call: none may be left here to end it on this thread.
+        QMetaObject::invokeMethod(home, [observer = std::move(observer)]() mutable { observer.reset(); },
+                                  Qt::QueuedConnection);
     }
     m_axObserver.reset();
     m_axThread = nullptr;

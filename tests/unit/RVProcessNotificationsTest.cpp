@@ -217,9 +217,9 @@ TEST_F(ProcessUINotificationsTest, AnObserverPostsAndIsTornDownOnTheThreadThatMa
     const auto token = RVNotificationCenter::defaultCenter().addObserver(
         RVProcessUINotification, process.get(), [&](const RVNotification&) { postedOn = QThread::currentThread(); });
     platform.accessibility->onDestroy = [&] {
-        destroyedOn = QThread::currentThread();
         auto probe = std::async(std::launch::async, [] { return RVProcess::cachedProcesses().size(); });
         cacheFreeAtDestruction = probe.wait_for(std::chrono::seconds(2)) == std::future_status::ready;
+        destroyedOn = QThread::currentThread(); // last: the test reads both once this is set
     };
     QMetaObject::invokeMethod(
         &atHome, [this] { process->addAXNotification(QStringLiteral("AXFocusedWindowChanged")); },
@@ -237,7 +237,8 @@ TEST_F(ProcessUINotificationsTest, AnObserverPostsAndIsTornDownOnTheThreadThatMa
     platform.processTable->processes[300].running = false;
     RVProcess::cleanupCache();
     process.reset();
-    EXPECT_TRUE(waitFor([&] { return destroyedOn == &home; })) << "destroyed on " << destroyedOn.load();
+    EXPECT_TRUE(waitFor([&] { return destroyedOn != nullptr; }));
+    EXPECT_EQ(destroyedOn.load(), &home);
     EXPECT_TRUE(cacheFreeAtDestruction);
     home.quit();
     home.wait();
