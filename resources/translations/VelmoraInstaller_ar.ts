@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>فشل النسخ بصلاحيات المدير.</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>أيقونة المنتج</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>اكتمل التثبيت</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>التثبيت جارٍ</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>مجلد الوجهة</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>التوثيق</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>اقرأني</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>Das Kopieren mit Administratorrechten ist fehlgeschlagen.</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>Produktsymbol</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>Installation abgeschlossen</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>Installation läuft</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>Zielordner</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>Dokumentation</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>Bitte lesen</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

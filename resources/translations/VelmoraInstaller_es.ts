@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>La copia con derechos de administrador ha fallado.</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>Icono del producto</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>Instalación completada</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>Instalación en curso</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>Carpeta de destino</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>Documentación</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>Léame</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>La copie avec les droits d’administrateur a échoué.</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>Icône du produit</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>Installation terminée</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>Installation en cours</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>Dossier de destination</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>Documentation</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>Lisez-moi</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>Copia con privilegi di amministratore non riuscita.</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>Icona del prodotto</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>Installazione completata</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>Installazione in corso</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>Cartella di destinazione</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>Documentazione</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>Leggimi</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>管理者権限でのコピーに失敗しました。</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>製品アイコン</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>インストール完了</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>インストール中</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>インストール先フォルダ</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>ドキュメント</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>お読みください</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

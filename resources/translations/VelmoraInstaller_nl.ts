@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>Het kopiëren met beheerdersrechten is mislukt.</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>Productpictogram</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>Installatie voltooid</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>Installatie bezig</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>Doelmap</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>Documentatie</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>Lees mij</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

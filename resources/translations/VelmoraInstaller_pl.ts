@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>Kopiowanie z uprawnieniami administratora nie powiodło się.</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>Ikona produktu</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>Instalacja zakończona</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>Trwa instalacja</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>Folder docelowy</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>Dokumentacja</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>Przeczytaj</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>A cópia com privilégios de administrador falhou.</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>Ícone do produto</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>Instalação concluída</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>Instalação em andamento</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>Pasta de destino</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>Documentação</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>Leia-me</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

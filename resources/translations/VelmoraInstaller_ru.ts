@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>Не удалось скопировать с правами администратора.</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>Значок продукта</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>Установка завершена</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>Идёт установка</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>Папка установки</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>Документация</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>Прочтите</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

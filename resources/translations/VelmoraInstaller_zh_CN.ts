@@ -83,6 +83,30 @@
         <source>Authorized copying failed.</source>
         <translation>以管理员权限复制失败。</translation>
     </message>
+    <message>
+        <source>Product icon</source>
+        <translation>产品图标</translation>
+    </message>
+    <message>
+        <source>Installation complete</source>
+        <translation>安装完成</translation>
+    </message>
+    <message>
+        <source>Installation in progress</source>
+        <translation>正在安装</translation>
+    </message>
+    <message>
+        <source>Destination folder</source>
+        <translation>目标文件夹</translation>
+    </message>
+    <message>
+        <source>Documentation</source>
+        <translation>文档</translation>
+    </message>
+    <message>
+        <source>Read me</source>
+        <translation>请阅读</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -23,6 +23,16 @@ InstallerWindow::InstallerWindow(QWidget* parent) : QDialog(parent), m_ui(std::m
 {
     m_ui->setupUi(this);
     m_ui->progressIndicator->setVisible(false);
+    // What a screen reader says of the controls that show no words of their own.
+    const auto name = [](QWidget* widget, const char* key) {
+        widget->setAccessibleName(RVLocalizedString(QString::fromUtf8(key)));
+    };
+    name(m_ui->iconField, "Product icon");
+    name(m_ui->checkmarkField, "Installation complete");
+    name(m_ui->progressIndicator, "Installation in progress");
+    name(m_ui->pathField, "Destination folder");
+    name(m_ui->helpButton, "Documentation");
+    name(m_ui->readMeTextView, "Read me");
 }
 
 InstallerWindow::~InstallerWindow() = default;

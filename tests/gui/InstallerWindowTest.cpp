@@ -17,6 +17,7 @@
 #include <csignal>
 #include <thread>
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -227,6 +228,58 @@ TEST_F(WindowTest, EveryLanguageFitsAtTheMinimumSizeAndArabicIsMirrored)
     RVLocalization::uninstallFromApplication();
     RVLocalization::unload();
     InstallerWindow::followLanguageDirection();
+}
+
+// The window as assistive technology sees it: every shown control named, in its role; the
+// keyboard alone goes through it (Tab order, Return for the default button, Escape as Cancel).
+TEST_F(WindowTest, EveryControlIsNamedAndTheKeyboardAloneInstalls)
+{
+    InstallerWindow window;
+    InstallerWinController controller;
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    start(window, controller);
+    window.show();
+    QApplication::setActiveWindow(&window);
+    const auto named = [&](const char* page) {
+        std::vector<QAccessibleInterface*> pending{QAccessible::queryAccessibleInterface(&window)};
+        int controls = 0;
+        while (!pending.empty()) {
+            QAccessibleInterface* node = pending.back();
+            pending.pop_back();
+            for (int i = 0; i < node->childCount(); ++i)
+                pending.push_back(node->child(i));
+            if (node->state().invisible)
+                continue;
+            const QAccessible::Role role = node->role();
+            const bool control = role == QAccessible::PushButton || role == QAccessible::StaticText ||
+                                 role == QAccessible::Graphic || role == QAccessible::ProgressBar ||
+                                 role == QAccessible::EditableText || role == QAccessible::Document;
+            if (!control)
+                continue;
+            ++controls;
+            EXPECT_FALSE(node->text(QAccessible::Name).trimmed().isEmpty())
+                << page << ": role " << role << " " << (node->object() ? node->object()->objectName().toStdString() : "");
+        }
+        return controls;
+    };
+    EXPECT_GE(named("read-me page"), 3);
+    const auto focusName = [] { return QApplication::focusWidget() ? QApplication::focusWidget()->objectName() : QString(); };
+    child<QTextBrowser>(window, "readMeTextView")->setFocus();
+    QStringList order{focusName()};
+    for (int i = 0; i < 2; ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        order << focusName();
+    }
+    EXPECT_EQ(order, (QStringList{QStringLiteral("readMeTextView"), QStringLiteral("installButton"), QStringLiteral("cancelButton")}));
+    QTest::keyClick(&window, Qt::Key_Return); // Continue, the default button
+    EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), 1);
+    EXPECT_GE(named("installation page"), 5);
+    QTest::keyClick(&window, Qt::Key_Escape); // Go Back, as Cancel would
+    EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), 0);
+    QTest::keyClick(&window, Qt::Key_Escape); // Cancel on the read-me page quits
+    EXPECT_EQ(quits.count(), 1);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(child<QLabel>(window, "iconField"))->text(QAccessible::Name),
+              QStringLiteral("Product icon"));
 }
 
 TEST_F(WindowTest, SystemVersionAlertIsAWindowModalSheetWithTwoAnswers)
