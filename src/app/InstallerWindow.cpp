@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QLocale>
 #include <QMessageBox>
+#include <QPalette>
 #include <QScreen>
 #include <QStyle>
 #include <QTextBrowser>
@@ -117,11 +118,40 @@ void InstallerWindow::setImageHidden(Image image, bool hidden)
     // The check mark is only seen at the end; reading it then keeps it off the start-up.
     if (image == Image::Checkmark && !hidden && m_ui->checkmarkField->pixmap().isNull())
         if (const auto bundle = RVBundle::mainBundle()) {
+            // Drawn from the large source at the screen's own density: sharp at 1.5x and 2x.
             const QString checkmark = bundle->pathForResourceOfType(QStringLiteral("checkmark"), QStringLiteral("png"));
-            m_ui->checkmarkField->setPixmap(
-                QPixmap(checkmark).scaled(56, 56, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+            const qreal ratio = devicePixelRatioF();
+            QPixmap mark = QPixmap(checkmark).scaled(QSize(56, 56) * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+            mark.setDevicePixelRatio(ratio);
+            m_ui->checkmarkField->setPixmap(mark);
         }
     (image == Image::Icon ? m_ui->iconField : m_ui->checkmarkField)->setHidden(hidden);
+}
+
+void InstallerWindow::followColourScheme(bool dark)
+{
+    // The platform style draws with the system's light colours; Fusion follows a palette.
+    if (!dark)
+        return;
+    QApplication::setStyle(QStringLiteral("Fusion"));
+    QPalette palette;
+    const QColor window(0x2b, 0x2b, 0x2b), base(0x1e, 0x1e, 0x1e), text(0xe8, 0xe8, 0xe8);
+    palette.setColor(QPalette::Window, window);
+    palette.setColor(QPalette::WindowText, text);
+    palette.setColor(QPalette::Base, base);
+    palette.setColor(QPalette::AlternateBase, window);
+    palette.setColor(QPalette::Text, text);
+    palette.setColor(QPalette::Button, QColor(0x3a, 0x3a, 0x3a));
+    palette.setColor(QPalette::ButtonText, text);
+    palette.setColor(QPalette::ToolTipBase, base);
+    palette.setColor(QPalette::ToolTipText, text);
+    palette.setColor(QPalette::Highlight, QColor(0x35, 0x84, 0xe4));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::Link, QColor(0x78, 0xae, 0xed));
+    palette.setColor(QPalette::PlaceholderText, QColor(0x90, 0x90, 0x90));
+    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, QColor(0x80, 0x80, 0x80));
+    QApplication::setPalette(palette);
 }
 
 void InstallerWindow::followLanguageDirection()

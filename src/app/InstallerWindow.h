@@ -21,6 +21,8 @@ public:
     // Lays the application out right to left when the loaded string table is of such a
     // language (Arabic), left to right otherwise. Before the window is made.
     static void followLanguageDirection();
+    // A dark palette when the desktop prefers a dark colour scheme. Before the window is made.
+    static void followColourScheme(bool dark);
     explicit InstallerWindow(QWidget* parent = nullptr);
     ~InstallerWindow() override;
     void connectController(InstallerWinController* controller);

@@ -26,6 +26,9 @@ int main(int argc, char* argv[])
                              bundle->resourcePath() + QStringLiteral("/translations"));
     RVLocalization::installIntoApplication();
     InstallerWindow::followLanguageDirection();
+    InstallerWindow::followColourScheme(
+        RVPlatform::current().userDefaults().valueForKeyInDomain(QStringLiteral("AppleInterfaceStyle"),
+                                                                 QStringLiteral("NSGlobalDomain")).toString() == u"Dark");
 
     InstallerWindow window;
     InstallerWinController controller;

@@ -15,6 +15,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <thread>
 
 #include <QAccessible>
@@ -280,6 +281,50 @@ TEST_F(WindowTest, EveryControlIsNamedAndTheKeyboardAloneInstalls)
     EXPECT_EQ(quits.count(), 1);
     EXPECT_EQ(QAccessible::queryAccessibleInterface(child<QLabel>(window, "iconField"))->text(QAccessible::Name),
               QStringLiteral("Product icon"));
+}
+
+// At the screen's density (run at 1, 1.5 and 2): the check mark and the product icon are
+// drawn at full resolution for it.
+TEST_F(WindowTest, ImagesAreSharpAtTheScreensDensity)
+{
+    QImage icon(512, 512, QImage::Format_ARGB32);
+    icon.fill(Qt::darkCyan);
+    const QString iconFile = tmp.file(QStringLiteral("icon.png"));
+    ASSERT_TRUE(icon.save(iconFile));
+    platform.fileManager->existing << iconFile;
+    InstallerWindow window;
+    InstallerWinController controller;
+    start(window, controller, {QStringLiteral("-iconPath"), iconFile});
+    window.show();
+    const qreal ratio = window.devicePixelRatioF();
+    controller.showFinalMessage(QStringLiteral("%@ was successfully installed."));
+    window.setImageHidden(RVInstallerView::Image::Checkmark, false);
+    for (const auto& [name, side] : {std::pair{"checkmarkField", 56}, std::pair{"iconField", 128}}) {
+        const QPixmap shown = child<QLabel>(window, name)->pixmap();
+        EXPECT_DOUBLE_EQ(shown.devicePixelRatio(), ratio) << name;
+        EXPECT_EQ(shown.width(), qRound(side * ratio)) << name << " at " << ratio;
+    }
+    std::printf("images drawn at device pixel ratio %.2f\n", ratio);
+}
+
+// A desktop that prefers dark gets a dark window: dark backgrounds, light text.
+TEST_F(WindowTest, ADarkColourSchemeGivesADarkWindow)
+{
+    const QPalette before = QApplication::palette();
+    InstallerWindow::followColourScheme(false);
+    EXPECT_EQ(QApplication::palette(), before);
+    InstallerWindow::followColourScheme(true);
+    InstallerWindow window;
+    InstallerWinController controller;
+    start(window, controller);
+    EXPECT_LT(window.palette().color(QPalette::Window).lightness(), 80);
+    EXPECT_GT(window.palette().color(QPalette::WindowText).lightness(), 180);
+    EXPECT_LT(child<QTextBrowser>(window, "readMeTextView")->palette().color(QPalette::Base).lightness(), 80);
+    const QImage shot = window.grab().toImage();
+    EXPECT_LT(QColor(shot.pixel(shot.width() - 5, shot.height() / 2)).lightness(), 80);
+    shot.save(QStringLiteral(RV_ARTIFACTS_DIR "/install-page-dark.png"));
+    QApplication::setPalette(before);
+    QApplication::setStyle(QStringLiteral("Fusion"));
 }
 
 TEST_F(WindowTest, SystemVersionAlertIsAWindowModalSheetWithTwoAnswers)
