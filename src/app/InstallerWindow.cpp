@@ -31,7 +31,8 @@ InstallerWindow::InstallerWindow(QWidget* parent) : QDialog(parent), m_ui(std::m
     name(m_ui->iconField, "Product icon");
     name(m_ui->checkmarkField, "Installation complete");
     name(m_ui->progressIndicator, "Installation in progress");
-    name(m_ui->pathField, "Destination folder");
+    // The path is the destination's name; what it is, is said as its description.
+    m_ui->pathField->setAccessibleDescription(RVLocalizedString(QStringLiteral("Destination folder")));
     name(m_ui->helpButton, "Documentation");
     name(m_ui->readMeTextView, "Read me");
 }

@@ -2,6 +2,7 @@
 // or a switch user would: no X server needed, so it works for Wayland clients too.
 // rvpress PID "BUTTON NAME" [SECONDS]: exits 0 once an enabled push button of that name in
 // the program's tree has done its action, 1 when none did within the time (default 20 s).
+// rvpress --list PID: prints "role<TAB>name" for every shown object of the program's tree.
 #include "RVAtspiAccessibility.h"
 
 #include <QCoreApplication>
@@ -75,6 +76,18 @@ std::optional<Node> findButton(QDBusConnection& bus, const Node& node, const QSt
     return std::nullopt;
 }
 
+void list(QDBusConnection& bus, const Node& node, int depth)
+{
+    const QDBusMessage role = call(bus, node, "org.a11y.atspi.Accessible", "GetRoleName");
+    if (!role.arguments().isEmpty() && hasStates(bus, node, {kStateShowing}))
+        std::printf("%s\t%s\n", qPrintable(role.arguments().first().toString()), qPrintable(nameOf(bus, node)));
+    if (depth > 30)
+        return;
+    for (const RVAccessibleElement& child :
+         RVAtspiAccessibility::elementsIn(call(bus, node, "org.a11y.atspi.Accessible", "GetChildren")))
+        list(bus, {child.busName, child.path}, depth + 1);
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -82,6 +95,18 @@ int main(int argc, char* argv[])
     QCoreApplication application(argc, argv);
     if (argc < 3)
         return 64;
+    if (QByteArray(argv[1]) == "--list") {
+        QDBusConnection bus = QDBusConnection::connectToBus(RVAtspiAccessibility::busAddress(), QStringLiteral("rvpress"));
+        RVAtspiAccessibility accessibility;
+        for (int tries = 0; tries < 100; ++tries) {
+            if (const auto app = accessibility.applicationElement(pid_t(QByteArray(argv[2]).toInt()))) {
+                list(bus, {app->busName, app->path}, 0);
+                return 0;
+            }
+            QThread::msleep(100);
+        }
+        return 1;
+    }
     const pid_t pid = pid_t(QByteArray(argv[1]).toInt());
     const QString name = QString::fromUtf8(argv[2]);
     const int seconds = argc > 3 ? QByteArray(argv[3]).toInt() : 20;
