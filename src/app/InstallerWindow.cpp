@@ -34,7 +34,6 @@ InstallerWindow::InstallerWindow(QWidget* parent) : QDialog(parent), m_ui(std::m
     // The path is the destination's name; what it is, is said as its description.
     m_ui->pathField->setAccessibleDescription(RVLocalizedString(QStringLiteral("Destination folder")));
     name(m_ui->helpButton, "Documentation");
-    name(m_ui->readMeTextView, "Read me");
 }
 
 InstallerWindow::~InstallerWindow() = default;
@@ -185,8 +184,25 @@ bool InstallerWindow::setIcon(const QString& icon)
     return true;
 }
 
+// Made when the read-me page is first shown or filled: most installations have no read-me,
+// and a text view's first layout costs the window's appearance.
+QTextBrowser* InstallerWindow::readMeView()
+{
+    if (m_readMeView)
+        return m_readMeView;
+    m_readMeView = new QTextBrowser(m_ui->readMePage);
+    m_readMeView->setObjectName(QStringLiteral("readMeTextView"));
+    m_readMeView->setOpenExternalLinks(true);
+    m_readMeView->setAccessibleName(RVLocalizedString(QStringLiteral("Read me")));
+    m_ui->readMeLayout->addWidget(m_readMeView);
+    setTabOrder(m_readMeView, m_ui->installButton);
+    return m_readMeView;
+}
+
 void InstallerWindow::selectPage(int page)
 {
+    if (page == 0)
+        readMeView();
     m_ui->tabView->setCurrentIndex(page);
 }
 
@@ -200,7 +216,7 @@ void InstallerWindow::loadReadMe(const QString& path)
     // An RTFD document is a folder: its text in TXT.rtf, its pictures beside it.
     const bool isFolder = QFileInfo(path).isDir();
     QFile file(isFolder ? path + QStringLiteral("/TXT.rtf") : path);
-    QTextBrowser* view = m_ui->readMeTextView;
+    QTextBrowser* view = readMeView();
     view->clear();
     if (!file.open(QIODevice::ReadOnly))
         return;

@@ -53,7 +53,9 @@ protected:
 private:
     class QLabel* label(Field field) const;
     class QPushButton* button(Button button) const;
+    class QTextBrowser* readMeView();
 
     std::unique_ptr<Ui::InstallerWindow> m_ui;
     InstallerWinController* m_controller = nullptr;
+    class QTextBrowser* m_readMeView = nullptr; // made on first use
 };
