@@ -11,6 +11,8 @@
 #include <QApplication>
 #include <QStringList>
 
+#include <future>
+
 int main(int argc, char* argv[])
 {
     RVLinuxPlatform::chooseWindowSystem();
@@ -21,14 +23,19 @@ int main(int argc, char* argv[])
     QApplication application(argc, argv);
     RVLinuxPlatform::prepareImageFormatsInBackground();
     RVLinuxPlatform::install(arguments);
+    // The desktop's colour scheme is a round trip to the settings portal: asked on the spare
+    // core while the string table loads.
+    std::future<bool> dark = std::async(std::launch::async, [] {
+        return RVPlatform::current().userDefaults().valueForKeyInDomain(QStringLiteral("AppleInterfaceStyle"),
+                                                                        QStringLiteral("NSGlobalDomain")).toString() ==
+               u"Dark";
+    });
     if (const auto bundle = RVBundle::mainBundle())
         RVLocalization::load(RVPlatform::current().systemFacts().preferredLanguages(),
                              bundle->resourcePath() + QStringLiteral("/translations"));
     RVLocalization::installIntoApplication();
     InstallerWindow::followLanguageDirection();
-    InstallerWindow::followColourScheme(
-        RVPlatform::current().userDefaults().valueForKeyInDomain(QStringLiteral("AppleInterfaceStyle"),
-                                                                 QStringLiteral("NSGlobalDomain")).toString() == u"Dark");
+    InstallerWindow::followColourScheme(dark.get());
 
     InstallerWindow window;
     InstallerWinController controller;
