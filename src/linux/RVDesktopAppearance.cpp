@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
+#include <QFileInfo>
 
 namespace {
 constexpr int kPortalTimeoutMs = 1000;
@@ -11,6 +12,11 @@ constexpr uint kPreferDark = 1;
 
 std::optional<bool> desktopPrefersDark()
 {
+    // Without a session bus to find, asking would start one (dbus-launch): there is no portal.
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") &&
+        (runtime.isEmpty() || !QFileInfo::exists(runtime + QStringLiteral("/bus"))))
+        return std::nullopt;
     const QDBusConnection session = QDBusConnection::sessionBus();
     if (!session.isConnected())
         return std::nullopt;

@@ -14,6 +14,7 @@
 #include "RVPkexecAuthorization.h"
 #include "RVPlatform.h"
 #include "RVProcTable.h"
+#include "RVX11ActiveWindowWatcher.h"
 #include "RVX11Connection.h"
 #include "RVX11WindowSystem.h"
 
@@ -89,6 +90,7 @@ void RVLinuxPlatform::prepareDisplayInBackground()
         FcInit();
         RVX11Connection::acquire();
     }).detach();
+    RVX11ActiveWindowWatcher::prepareConnectionInBackground();
 }
 
 void RVLinuxPlatform::prepareImageFormatsInBackground()

@@ -7,6 +7,8 @@
 #include <xcb/xcb.h>
 
 #include <cstdlib>
+#include <future>
+#include <mutex>
 #include <cstring>
 #include <vector>
 
@@ -26,6 +28,32 @@ std::vector<std::uint32_t> cardinals(xcb_connection_t* connection, xcb_window_t 
     return values;
 }
 
+struct Prepared
+{
+    xcb_connection_t* connection = nullptr;
+    int screen = 0;
+    std::uint32_t active = 0, state = 0, fullScreen = 0, pid = 0;
+};
+
+std::mutex g_preparedMutex;
+std::future<Prepared> g_prepared; // the connection the next watcher takes
+
+Prepared connectToDisplay()
+{
+    Prepared prepared;
+    prepared.connection = xcb_connect(nullptr, &prepared.screen);
+    if (xcb_connection_has_error(prepared.connection)) {
+        xcb_disconnect(prepared.connection);
+        prepared.connection = nullptr;
+        return prepared;
+    }
+    prepared.active = RVX11Connection::internAtom(prepared.connection, "_NET_ACTIVE_WINDOW");
+    prepared.state = RVX11Connection::internAtom(prepared.connection, "_NET_WM_STATE");
+    prepared.fullScreen = RVX11Connection::internAtom(prepared.connection, "_NET_WM_STATE_FULLSCREEN");
+    prepared.pid = RVX11Connection::internAtom(prepared.connection, "_NET_WM_PID");
+    return prepared;
+}
+
 void watchProperties(xcb_connection_t* connection, xcb_window_t window, bool watch)
 {
     const std::uint32_t mask = watch ? XCB_EVENT_MASK_PROPERTY_CHANGE : XCB_EVENT_MASK_NO_EVENT;
@@ -42,27 +70,39 @@ RVX11ActiveWindowWatcher::~RVX11ActiveWindowWatcher()
         xcb_disconnect(m_connection);
 }
 
+void RVX11ActiveWindowWatcher::prepareConnectionInBackground()
+{
+    if (!std::getenv("DISPLAY"))
+        return;
+    const std::lock_guard lock(g_preparedMutex);
+    if (!g_prepared.valid())
+        g_prepared = std::async(std::launch::async, connectToDisplay);
+}
+
 bool RVX11ActiveWindowWatcher::start()
 {
     if (m_connection)
         return true;
     if (!std::getenv("DISPLAY"))
         return false;
-    int screenNumber = 0;
-    xcb_connection_t* connection = xcb_connect(nullptr, &screenNumber);
-    if (xcb_connection_has_error(connection)) {
-        xcb_disconnect(connection);
-        return false;
+    Prepared prepared;
+    {
+        const std::lock_guard lock(g_preparedMutex);
+        prepared = g_prepared.valid() ? g_prepared.get() : connectToDisplay();
     }
+    if (!prepared.connection)
+        return false;
+    xcb_connection_t* connection = prepared.connection;
+    const int screenNumber = prepared.screen;
     m_connection = connection;
     xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
     for (int i = 0; i < screenNumber && screens.rem; ++i)
         xcb_screen_next(&screens);
     m_root = screens.data->root;
-    m_activeAtom = RVX11Connection::internAtom(connection, "_NET_ACTIVE_WINDOW");
-    m_stateAtom = RVX11Connection::internAtom(connection, "_NET_WM_STATE");
-    m_fullScreenAtom = RVX11Connection::internAtom(connection, "_NET_WM_STATE_FULLSCREEN");
-    m_pidAtom = RVX11Connection::internAtom(connection, "_NET_WM_PID");
+    m_activeAtom = prepared.active;
+    m_stateAtom = prepared.state;
+    m_fullScreenAtom = prepared.fullScreen;
+    m_pidAtom = prepared.pid;
     watchProperties(connection, m_root, true);
     followActiveWindow();
     m_frontPid.reset();

@@ -21,6 +21,9 @@ public:
 
     // False without a display.
     bool start();
+    // Opens the connection that the next watcher takes, on a thread of its own: making it
+    // costs a handshake and round trips the window's appearance need not wait for.
+    static void prepareConnectionInBackground();
 
 signals:
     // The active window now belongs to another process (empty: to none known).
