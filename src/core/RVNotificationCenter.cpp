@@ -43,10 +43,15 @@ void RVNotificationCenter::post(const RVNotification& notification)
         observer(notification);
 }
 
+std::shared_ptr<RVNotificationQueue> RVNotificationQueue::defaultQueueShared()
+{
+    thread_local const auto queue = std::make_shared<RVNotificationQueue>(QThread::currentThread());
+    return queue;
+}
+
 RVNotificationQueue& RVNotificationQueue::defaultQueue()
 {
-    thread_local RVNotificationQueue queue(QThread::currentThread());
-    return queue;
+    return *defaultQueueShared();
 }
 
 RVNotificationQueue::~RVNotificationQueue()

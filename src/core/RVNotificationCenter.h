@@ -10,6 +10,7 @@
 #include <QVariantMap>
 
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -56,8 +57,10 @@ private:
 class RVNotificationQueue
 {
 public:
-    // The queue of the calling thread.
+    // The queue of the calling thread. Others may hold it (to enqueue from elsewhere) for
+    // as long as they need it, the thread's end notwithstanding.
     static RVNotificationQueue& defaultQueue();
+    static std::shared_ptr<RVNotificationQueue> defaultQueueShared();
 
     // From any thread; another thread's enqueue wakes the owner's loop so that it posts.
     // The owner needs an event loop (its idle hook is installed on first use).
@@ -70,9 +73,9 @@ public:
     RVNotificationQueue& operator=(const RVNotificationQueue&) = delete;
     ~RVNotificationQueue();
 
-private:
     explicit RVNotificationQueue(QThread* owner) : m_owner(owner) {}
 
+private:
     QThread* const m_owner;
     std::mutex m_mutex;
     std::vector<RVNotification> m_pending;

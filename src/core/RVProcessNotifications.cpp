@@ -89,7 +89,7 @@ void RVProcess::installAXObserver()
     }
     // A failed observer leaves the element set, so that no later call tries again. Its
     // events are posted by this thread's queue, whatever thread reports them.
-    RVNotificationQueue* queue = &RVNotificationQueue::defaultQueue();
+    const std::shared_ptr<RVNotificationQueue> queue = RVNotificationQueue::defaultQueueShared();
     m_axThread = QThread::currentThread();
     m_axObserver = accessibility->createObserver(
         *m_axAppElem, [this, queue](const std::optional<RVAccessibleElement>& element, const QString& name) {

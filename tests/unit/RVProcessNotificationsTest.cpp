@@ -221,9 +221,13 @@ TEST_F(ProcessUINotificationsTest, AnObserverPostsAndIsTornDownOnTheThreadThatMa
         cacheFreeAtDestruction = probe.wait_for(std::chrono::seconds(2)) == std::future_status::ready;
         destroyedOn = QThread::currentThread(); // last: the test reads both once this is set
     };
-    QMetaObject::invokeMethod(
-        &atHome, [this] { process->addAXNotification(QStringLiteral("AXFocusedWindowChanged")); },
-        Qt::BlockingQueuedConnection);
+    // Made there; the promise tells this thread (in a way the race checker sees) that it is.
+    std::promise<void> made;
+    QMetaObject::invokeMethod(&atHome, [this, &made] {
+        process->addAXNotification(QStringLiteral("AXFocusedWindowChanged"));
+        made.set_value();
+    });
+    made.get_future().wait();
     ASSERT_EQ(platform.accessibility->observers.size(), 1u);
 
     platform.accessibility->observers.front()->callback(std::nullopt, QStringLiteral("AXFocusedWindowChanged"));
