@@ -262,6 +262,7 @@ TEST_F(WorkerTest, QuittingWhileTheWorkerRunsWaitsForASafePoint)
     EXPECT_TRUE(controller.isWorking());
     slow->release = true;
     EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }));
+    ASSERT_TRUE(turnLoopUntil([&] { return !controller.isWorking(); })); // the worker's writes are done
     EXPECT_TRUE(slow->existing.contains(QStringLiteral("/Applications/Product.app")));
 }
 
