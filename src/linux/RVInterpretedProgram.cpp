@@ -67,7 +67,8 @@ QString RVInterpretedProgram::programOf(const QStringList& arguments, const QStr
             continue;
         const QString script = absoluteIn(arguments[i], workingDirectory);
         QFile file(script);
-        if (!file.open(QIODevice::ReadOnly))
+        // Only a regular file is read: a pipe or a device named there could block or answer forever.
+        if (!QFileInfo(script).isFile() || !file.open(QIODevice::ReadOnly))
             return {};
         const QString interpreter = interpreterOfScriptHead(file.read(512));
         return !interpreter.isEmpty() && runsAs(interpreter, executable) ? script : QString();

@@ -11,6 +11,7 @@
 #include <archive_entry.h>
 #include <elf.h>
 
+#include <cerrno>
 #include <cstring>
 #include <memory>
 
@@ -91,17 +92,20 @@ struct Source
     quint64 left = 0;
     quint64 total = 0;
     QByteArray buffer;
-    const std::function<void(double)>* progress = nullptr;
+    const std::function<bool(double)>* progress = nullptr;
 
-    static la_ssize_t read(archive*, void* self, const void** data)
+    static la_ssize_t read(archive* reader, void* self, const void** data)
     {
         auto* source = static_cast<Source*>(self);
         const qint64 count = source->file.read(source->buffer.data(), qint64(std::min<quint64>(source->left, kBlock)));
         if (count < 0)
             return -1;
         source->left -= quint64(count);
-        if (*source->progress && source->total)
-            (*source->progress)(double(source->total - source->left) / double(source->total));
+        if (*source->progress && source->total &&
+            !(*source->progress)(double(source->total - source->left) / double(source->total))) {
+            archive_set_error(reader, ECANCELED, "stopped");
+            return -1;
+        }
         *data = source->buffer.constData();
         return la_ssize_t(count);
     }
@@ -253,7 +257,7 @@ QString RVPackage::write(const QString& launcher, const QString& bundle, const Q
 }
 
 QString RVPackage::extract(const QString& path, const Payload& payload, const QString& folder,
-                           const std::function<void(double)>& progress, QString* error)
+                           const std::function<bool(double)>& progress, QString* error)
 {
     const auto fail = [error](const QString& why) {
         if (error)

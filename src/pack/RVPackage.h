@@ -31,9 +31,10 @@ bool verify(const QString& path, const Payload& payload);
 
 // Extracts the payload into folder, which must exist: one bundle folder, nothing outside
 // it (no absolute paths, no "..", no writing through links). progress receives the
-// fraction of the archive read. The bundle's path, or null with error set.
+// fraction of the archive read and answers whether to go on. The bundle's path, or null
+// with error set.
 QString extract(const QString& path, const Payload& payload, const QString& folder,
-                const std::function<void(double)>& progress, QString* error);
+                const std::function<bool(double)>& progress, QString* error);
 
 // The launcher's length in path: where its program ends.
 std::uint64_t launcherSize(const QString& path);

@@ -32,6 +32,7 @@ const QString kInstaller = QStringLiteral("Contents/Resources/VelmoraInstaller.a
 constexpr int kProgressDelayMs = 500;
 
 std::atomic<pid_t> g_installer{0};
+std::atomic<bool> g_stopRequested{false};
 
 bool hasDisplay()
 {
@@ -65,17 +66,17 @@ QString makePrivateFolder()
     return folder;
 }
 
-// Signals to end reach the installer, which ends as its window would; we then clean up.
+// Signals to end reach the installer, which ends as its window would; before it runs they
+// stop the unpacking. Either way the private folder is removed.
 void forward(int signalNumber)
 {
+    g_stopRequested = true;
     if (const pid_t pid = g_installer)
         ::kill(pid, signalNumber);
 }
 
 int runInstaller(const QString& installer)
 {
-    for (const int s : {SIGTERM, SIGINT, SIGHUP})
-        std::signal(s, forward);
     const QByteArray path = QFile::encodeName(installer);
     char* argv[] = {const_cast<char*>(path.constData()), nullptr};
     pid_t pid = 0;
@@ -116,7 +117,11 @@ QString unpack(const QString& self, const RVPackage::Payload& payload, const QSt
             *error = QStringLiteral("its checksum does not match");
         } else {
             product = RVPackage::extract(self, payload, folder + QStringLiteral("/AppTranslocation"),
-                                         [&](double share) { permille = int(share * 1000); }, error);
+                                         [&](double share) {
+                                             permille = int(share * 1000);
+                                             return !g_stopRequested;
+                                         },
+                                         error);
         }
         done = true;
     });
@@ -168,6 +173,8 @@ int main(int argc, char* argv[])
     }
     const QString title = QFileInfo(self).fileName();
 
+    for (const int s : {SIGTERM, SIGINT, SIGHUP})
+        std::signal(s, forward);
     const QString folder = makePrivateFolder();
     if (folder.isEmpty()) {
         tell(title, QStringLiteral("%1 cannot be unpacked: no private temporary folder could be made.").arg(title));
@@ -176,7 +183,9 @@ int main(int argc, char* argv[])
     QString error = QStringLiteral("it is cut short");
     const QString product = payload ? unpack(self, *payload, folder, &error) : QString();
     int status = 1;
-    if (product.isNull()) {
+    if (g_stopRequested) {
+        status = 2; // ended before the installer ran, as a cancel
+    } else if (product.isNull()) {
         tell(title, QStringLiteral("%1 is damaged or incomplete (%2). Download it again.").arg(title, error));
     } else if (!QFileInfo(product + u'/' + kInstaller).isExecutable()) {
         tell(title, QStringLiteral("%1 holds no installer.").arg(title));

@@ -87,5 +87,12 @@ window=$(xdotool search --sync --onlyvisible --name "^Big Tool Installer\$" | he
 xdotool windowactivate --sync "$window" key Escape # Cancel
 wait "$runner" && fail "a cancelled installation ended as installed"
 empty_runtime || fail "the private folder of the large product is left"
+# Ended while it unpacks (a logout, Ctrl-C): nothing is left.
+"$work/Big Tool-1.0-x86_64" 2>"$installer_log" &
+runner=$!
+xdotool search --sync --name "^Big Tool-1.0-x86_64\$" >/dev/null || fail "no progress while unpacking"
+kill -TERM "$runner"
+wait "$runner" && fail "an unpacking ended by a signal ran the installer"
+empty_runtime || fail "a stopped unpacking left $(ls -A "$XDG_RUNTIME_DIR")"
 
 echo "e2e: the one file installed its product and left nothing; damaged copies refused; a second product packed and installed"
