@@ -9,7 +9,7 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
     qt6-multimedia-dev libqt6svg6 qt6-image-formats-plugins
     libplist-dev
-    libfontconfig-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-screensaver0-dev libxcb-xtest0-dev
+    libfontconfig-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-screensaver0-dev libxcb-xtest0-dev libxau-dev
     libgtest-dev libgmock-dev googletest
     xvfb xauth openbox xdotool x11-utils imagemagick
     trash-cli wmctrl policykit-1 desktop-file-utils util-linux procps strace gdb

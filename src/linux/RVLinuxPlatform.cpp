@@ -20,6 +20,7 @@
 
 #include <QImageReader>
 
+#include <X11/Xauth.h>
 #include <fontconfig/fontconfig.h>
 
 #include <cstdlib>
@@ -84,6 +85,10 @@ void RVLinuxPlatform::prepareDisplayInBackground()
 {
     if (!std::getenv("DISPLAY"))
         return;
+    // Every connection to the display asks libXau for the authority file's name, which it
+    // keeps in a buffer it grows without a lock: the first call is made here, alone, so that
+    // the connections made at once below and by the application only read it.
+    XauFileName();
     // Both are process-wide and thread-safe: Qt's own FcInit later finds the configuration
     // loaded, and the window system finds the connection open.
     std::thread([] {
