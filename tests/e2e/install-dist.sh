@@ -71,10 +71,15 @@ mkdir -p "$work/vendor"
 cp -a "$build/demo/Velmora Demo.app" "$second"
 perl -0pi -e 's#(<key>CFBundleName</key>\s*<string>)[^<]*#${1}Acme Tool#; s/com\.velmora\.demo/com.acme.tool/; s/VDMO/ACME/' \
     "$second/Contents/Info.plist"
+# A link in the product to a folder of the user's: removing the unpacked copy keeps it.
+mkdir -p "$work/victim"
+echo "the user's" >"$work/victim/file"
+ln -s "$work/victim" "$second/Contents/Resources/outside"
 mkdir -p "$work/bare.app"
 "$pack" "$work/bare.app" "$work/bare" 2>/dev/null && fail "a product without the installer was packed"
 "$pack" "$second" "$work/Acme Tool-1.0-x86_64" || fail "velmora-pack failed"
 install_with "$work/Acme Tool-1.0-x86_64" "Acme Tool"
+[[ $(cat "$work/victim/file" 2>/dev/null) == "the user's" ]] || fail "removing the unpacked copy followed a link"
 # A large product: progress shows while it unpacks; the user may still cancel afterwards.
 big="$work/vendor/Big Tool.app"
 cp -a "$second" "$big"
