@@ -7,6 +7,7 @@
 #include "RVLocalization.h"
 #include "RVPlatform.h"
 #include "RVTerminationSignal.h"
+#include "RVUtilities.h"
 
 #include <QApplication>
 #include <QStringList>
@@ -25,11 +26,7 @@ int main(int argc, char* argv[])
     RVLinuxPlatform::install(arguments);
     // The desktop's colour scheme is a round trip to the settings portal: asked on the spare
     // core while the string table loads.
-    std::future<bool> dark = std::async(std::launch::async, [] {
-        return RVPlatform::current().userDefaults().valueForKeyInDomain(QStringLiteral("AppleInterfaceStyle"),
-                                                                        QStringLiteral("NSGlobalDomain")).toString() ==
-               u"Dark";
-    });
+    std::future<bool> dark = std::async(std::launch::async, RVUtilities::darkMenuTheme);
     if (const auto bundle = RVBundle::mainBundle())
         RVLocalization::load(RVPlatform::current().systemFacts().preferredLanguages(),
                              bundle->resourcePath() + QStringLiteral("/translations"));

@@ -4,7 +4,7 @@
 #include <QFileInfo>
 #include <QTranslator>
 
-#include <functional>
+#include <algorithm>
 #include <memory>
 #include <mutex>
 
@@ -13,42 +13,19 @@ std::mutex g_mutex;
 std::shared_ptr<QTranslator> g_translator;
 } // namespace
 
-namespace {
-
-bool install(const std::function<bool(QTranslator&)>& loads, const QString& directory)
+bool RVLocalization::load(const QStringList& languages, const QString& directory)
 {
     auto translator = std::make_shared<QTranslator>();
-    if (!loads(*translator) && !translator->load(QStringLiteral("VelmoraInstaller_en"), directory))
+    // Exactly the table of a language: the loader's own fallback would end at a table of none.
+    const auto loads = [&](const QString& language) {
+        const QString file = QStringLiteral("VelmoraInstaller_") + language + QStringLiteral(".qm");
+        return QFileInfo::exists(directory + u'/' + file) && translator->load(file, directory);
+    };
+    if (std::none_of(languages.begin(), languages.end(), loads) && !loads(QStringLiteral("en")))
         return false;
     std::lock_guard lock(g_mutex);
     g_translator = std::move(translator);
     return true;
-}
-
-} // namespace
-
-bool RVLocalization::load(const QLocale& locale, const QString& directory)
-{
-    return install(
-        [&](QTranslator& translator) {
-            return translator.load(locale, QStringLiteral("VelmoraInstaller"), QStringLiteral("_"), directory);
-        },
-        directory);
-}
-
-bool RVLocalization::load(const QStringList& languages, const QString& directory)
-{
-    return install(
-        [&](QTranslator& translator) {
-            for (const QString& language : languages) {
-                // Exactly this table: the loader's own fallback would end at a table of no language.
-                const QString file = QStringLiteral("VelmoraInstaller_") + language + QStringLiteral(".qm");
-                if (QFileInfo::exists(directory + u'/' + file) && translator.load(file, directory))
-                    return true;
-            }
-            return false;
-        },
-        directory);
 }
 
 QString RVLocalization::loadedLanguage()

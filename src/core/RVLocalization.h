@@ -2,17 +2,15 @@
 
 #include "RVCoreOnly.h"
 
-#include <QLocale>
+#include <QStringList>
 #include <QString>
 
 // The localised string table: English texts as keys, one context "Localizable".
 namespace RVLocalization {
-// Loads "VelmoraInstaller_<language>.qm" for locale from directory. A locale without a
-// table of its own (C and POSIX among them) gets the English table, which words for Linux
-// the keys that name macOS; false when not even that is there (the keys then show as
-// they are).
-bool load(const QLocale& locale, const QString& directory);
-// The same for the first of languages ("ll" or "ll_CC") that has a table.
+// Loads "VelmoraInstaller_<language>.qm" from directory for the first of languages ("ll"
+// or "ll_CC", as the user's settings name them) that has a table; else the English table,
+// which words for Linux the keys that name macOS. False when not even that is there (the
+// keys then show as they are).
 bool load(const QStringList& languages, const QString& directory);
 // The language of the table loaded ("de", "ar", ...); empty when none is.
 QString loadedLanguage();

@@ -127,7 +127,7 @@ QStringList visibleTexts(QWidget& window)
 
 TEST_F(WindowTest, GermanLocaleMakesEveryVisibleTextGerman)
 {
-    ASSERT_TRUE(RVLocalization::load(QLocale(QLocale::German), QStringLiteral(RV_TRANSLATIONS_DIR)));
+    ASSERT_TRUE(RVLocalization::load({QStringLiteral("de")}, QStringLiteral(RV_TRANSLATIONS_DIR)));
     RVLocalization::installIntoApplication();
     InstallerWindow window;
     InstallerWinController controller;

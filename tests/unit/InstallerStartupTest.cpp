@@ -260,7 +260,7 @@ TEST_F(StartupTest, TooOldSystemShowsTheAlertAndBothAnswersQuit)
 
 TEST_F(StartupTest, GermanTableMakesTheWholePageGerman)
 {
-    ASSERT_TRUE(RVLocalization::load(QLocale(QLocale::German), QStringLiteral(RV_TRANSLATIONS_DIR)));
+    ASSERT_TRUE(RVLocalization::load({QStringLiteral("de")}, QStringLiteral(RV_TRANSLATIONS_DIR)));
     platform.facts->executable = tmp.mkdir(QStringLiteral("opt/VelmoraInstaller.app/Contents/MacOS")) +
                                  QStringLiteral("/VelmoraInstaller");
     start({});
