@@ -11,12 +11,14 @@
 #include <QCloseEvent>
 #include <QFile>
 #include <QFileInfo>
+#include <QImageReader>
 #include <QLocale>
 #include <QMessageBox>
 #include <QPalette>
 #include <QScreen>
 #include <QStyle>
 #include <QTextBrowser>
+#include <QWindow>
 
 #include <xcb/xcb.h>
 
@@ -160,17 +162,41 @@ void InstallerWindow::followLanguageDirection()
     QGuiApplication::setLayoutDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
 }
 
+namespace {
+
+// An image file drawn within side × side points at the given density. Qt asks every image
+// plugin whether it reads a file before its own PNG reader does, loading them all (a few
+// milliseconds of the start-up); a PNG, the usual icon, is read by the built-in reader alone.
+QPixmap iconFromFile(const QString& path, int side, qreal ratio)
+{
+    QFile file(path);
+    const bool png = file.open(QIODevice::ReadOnly) && file.peek(8) == QByteArrayLiteral("\x89PNG\r\n\x1a\n");
+    file.close();
+    if (!png)
+        return QIcon(path).pixmap(QSize(side, side), ratio);
+    QImageReader reader(path, "png");
+    reader.setAutoDetectImageFormat(false);
+    QImage image = reader.read();
+    const int pixels = qRound(side * ratio);
+    if (image.width() > pixels || image.height() > pixels)
+        image = image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    image.setDevicePixelRatio(ratio);
+    return QPixmap::fromImage(std::move(image));
+}
+
+} // namespace
+
 bool InstallerWindow::setIcon(const QString& icon)
 {
     QPixmap pixmap;
     if (QFileInfo(icon).isAbsolute()) {
-        pixmap = QIcon(icon).pixmap(128, 128);
+        pixmap = iconFromFile(icon, 128, devicePixelRatioF());
     } else {
         // A theme name; without an icon theme the style's own pictures stand in.
         const QStyle::StandardPixmap standard = icon == u"folder" ? QStyle::SP_DirIcon
                                                 : icon.startsWith(u"application") ? QStyle::SP_ComputerIcon
                                                                                   : QStyle::SP_FileIcon;
-        pixmap = QIcon::fromTheme(icon, style()->standardIcon(standard)).pixmap(128, 128);
+        pixmap = QIcon::fromTheme(icon, style()->standardIcon(standard)).pixmap(QSize(128, 128), devicePixelRatioF());
     }
     if (pixmap.isNull())
         return false;
@@ -178,8 +204,11 @@ bool InstallerWindow::setIcon(const QString& icon)
     // Title bars and switchers show small icons; the window manager reads every size given,
     // and a full-size product icon delayed the window's appearance by milliseconds.
     QIcon windowIcon;
-    for (const int side : {16, 32, 48, 64})
-        windowIcon.addPixmap(pixmap.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    for (const int side : {16, 32, 48, 64}) {
+        QPixmap small = pixmap.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        small.setDevicePixelRatio(1); // the window manager counts pixels
+        windowIcon.addPixmap(small);
+    }
     QApplication::setWindowIcon(windowIcon);
     return true;
 }
@@ -235,7 +264,7 @@ void InstallerWindow::setProgressAnimating(bool animating)
     m_ui->progressIndicator->setVisible(animating);
 }
 
-void InstallerWindow::bringToFront()
+void InstallerWindow::bringToFront(std::function<void()> onScreen)
 {
     adjustSize();
     if (const QScreen* screen = this->screen())
@@ -244,11 +273,26 @@ void InstallerWindow::bringToFront()
     raise();
     activateWindow();
     m_ui->installButton->setFocus(); // Return, with or without Alt, presses it
+    if (QWindow* window = windowHandle(); window && !window->isExposed()) {
+        m_onScreen = std::move(onScreen);
+        window->installEventFilter(this);
+    } else {
+        onScreen();
+    }
     // Hand the map request to the server now rather than when the event loop next runs: the
     // window manager frames the window while the start-up finishes.
     if (const auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>())
         if (xcb_connection_t* connection = x11->connection())
             xcb_flush(connection);
+}
+
+bool InstallerWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Expose && watched == windowHandle() && windowHandle()->isExposed() && m_onScreen) {
+        watched->removeEventFilter(this);
+        std::exchange(m_onScreen, nullptr)();
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void InstallerWindow::showAlert(const QString& message, const QString& informative, const QString& first,

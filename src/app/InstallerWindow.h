@@ -41,12 +41,13 @@ public:
     int selectedPage() const override;
     void loadReadMe(const QString& path) override;
     void setProgressAnimating(bool animating) override;
-    void bringToFront() override;
+    void bringToFront(std::function<void()> onScreen) override;
     void showAlert(const QString& message, const QString& informative, const QString& first,
                    const QString& second, std::function<void(int)> answer) override;
     void beep() override;
 
 protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void reject() override;
 
@@ -58,4 +59,5 @@ private:
     std::unique_ptr<Ui::InstallerWindow> m_ui;
     InstallerWinController* m_controller = nullptr;
     class QTextBrowser* m_readMeView = nullptr; // made on first use
+    std::function<void()> m_onScreen;
 };

@@ -22,7 +22,6 @@ int main(int argc, char* argv[])
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
     QApplication application(argc, argv);
-    RVLinuxPlatform::prepareImageFormatsInBackground();
     RVLinuxPlatform::install(arguments);
     // The desktop's colour scheme is a round trip to the settings portal: asked on the spare
     // core while the string table loads.

@@ -125,9 +125,12 @@ void InstallerWinController::showSystemVersionAlert(const QString& version, cons
 
 void InstallerWinController::bringWindowToFront()
 {
-    m_view->bringToFront();
-    if (const RVProcess::Ptr own = RVProcess::currentProcess())
-        own->setFrontProcess();
+    // Activation finds the process's windows through the window manager, which knows the
+    // window only once it shows it.
+    m_view->bringToFront([] {
+        if (const RVProcess::Ptr own = RVProcess::currentProcess())
+            own->setFrontProcess();
+    });
 }
 
 void InstallerWinController::awakeFromNib()

@@ -18,8 +18,6 @@
 #include "RVX11Connection.h"
 #include "RVX11WindowSystem.h"
 
-#include <QImageReader>
-
 #include <X11/Xauth.h>
 #include <fontconfig/fontconfig.h>
 
@@ -96,11 +94,4 @@ void RVLinuxPlatform::prepareDisplayInBackground()
         RVX11Connection::acquire();
     }).detach();
     RVX11ActiveWindowWatcher::prepareConnectionInBackground();
-}
-
-void RVLinuxPlatform::prepareImageFormatsInBackground()
-{
-    // The plugin loader is process-wide and locked; a reader on the main thread waits for
-    // this scan instead of doing it again.
-    std::thread([] { QImageReader::supportedImageFormats(); }).detach();
 }

@@ -12,7 +12,4 @@ void chooseWindowSystem();
 // thread starts the application: the font configuration and our own display connection.
 // Call first thing in main, before the application object exists.
 void prepareDisplayInBackground();
-// Finds the image format plugins on the spare core, which Qt otherwise does on the first
-// image read: the product's icon. Call right after the application object exists.
-void prepareImageFormatsInBackground();
 } // namespace RVLinuxPlatform

@@ -35,8 +35,9 @@ public:
     // into the read-me view; one that cannot be read leaves the view empty.
     virtual void loadReadMe(const QString& path) = 0;
     virtual void setProgressAnimating(bool animating) = 0;
-    // Centers the window, shows it in front and makes it the active one.
-    virtual void bringToFront() = 0;
+    // Centers the window and shows it in front; onScreen runs once the window system shows it
+    // (at once if it already does), when it can be made the active window.
+    virtual void bringToFront(std::function<void()> onScreen) = 0;
     // A window-modal alert; answer receives 1000 for the first button, 1001 for the second.
     virtual void showAlert(const QString& message, const QString& informative, const QString& first,
                            const QString& second, std::function<void(int)> answer) = 0;

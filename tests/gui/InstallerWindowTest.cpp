@@ -80,9 +80,15 @@ protected:
 
 TEST_F(WindowTest, StartUpFillsTheRealWidgetsAndTheButtonsNavigate)
 {
+    platform.processTable->add(7, QStringLiteral("VelmoraInstaller"), "VLMI");
+    platform.processTable->current = 7;
     InstallerWindow window;
     InstallerWinController controller;
     start(window, controller);
+    // Shown, and made the active window once the window system shows it.
+    EXPECT_FALSE(platform.windowSystem->calls.contains(QStringLiteral("activate 7")));
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return platform.windowSystem->calls.contains(QStringLiteral("activate 7")); }));
     EXPECT_EQ(window.QDialog::windowTitle(), QStringLiteral("Velmora Demo Installer"));
     EXPECT_EQ(child<QLabel>(window, "nameField")->text(), QStringLiteral("Velmora Demo 1.2.0"));
     EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), 0);
@@ -303,6 +309,17 @@ TEST_F(WindowTest, ImagesAreSharpAtTheScreensDensity)
         EXPECT_DOUBLE_EQ(shown.devicePixelRatio(), ratio) << name;
         EXPECT_EQ(shown.width(), qRound(side * ratio)) << name << " at " << ratio;
     }
+    // The built-in reader takes a PNG by its content, whatever its name; other formats go
+    // through the image plugins.
+    for (const QString& name : {QStringLiteral("icon"), QStringLiteral("icon.bmp")}) {
+        const QString file = tmp.file(name);
+        ASSERT_TRUE(icon.save(file, name == u"icon" ? "PNG" : nullptr)) << name.toStdString();
+        ASSERT_TRUE(window.setIcon(file)) << name.toStdString();
+        const QPixmap shown = child<QLabel>(window, "iconField")->pixmap();
+        EXPECT_EQ(shown.width(), qRound(128 * ratio)) << name.toStdString() << " at " << ratio;
+        EXPECT_EQ(shown.toImage().pixelColor(shown.width() / 2, shown.height() / 2), QColor(Qt::darkCyan)) << name.toStdString();
+    }
+    EXPECT_FALSE(window.setIcon(tmp.write(QStringLiteral("broken.png"), "\x89PNG\r\n\x1a\nnot an image")));
     std::printf("images drawn at device pixel ratio %.2f\n", ratio);
 }
 

@@ -24,6 +24,8 @@ public:
     QString readMe;
     bool animating = false;
     bool inFront = false;
+    bool shownLater = false; // the window system shows the window only when pendingOnScreen runs
+    std::function<void()> pendingOnScreen;
     struct Alert
     {
         QString message, informative, first, second;
@@ -56,7 +58,14 @@ public:
     int selectedPage() const override { return page; }
     void loadReadMe(const QString& path) override { readMe = path; }
     void setProgressAnimating(bool a) override { animating = a; }
-    void bringToFront() override { inFront = true; }
+    void bringToFront(std::function<void()> onScreen) override
+    {
+        inFront = true;
+        if (shownLater)
+            pendingOnScreen = std::move(onScreen);
+        else
+            onScreen();
+    }
     void showAlert(const QString& m, const QString& i, const QString& f, const QString& s,
                    std::function<void(int)> answer) override
     {

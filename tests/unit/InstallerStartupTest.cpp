@@ -96,6 +96,17 @@ TEST_F(StartupTest, DirectInvocationClimbsToTheProductAndFillsThePage)
     EXPECT_FALSE(controller.finished());
 }
 
+TEST_F(StartupTest, TheProcessIsActivatedOnlyOnceTheWindowIsOnScreen)
+{
+    view.shownLater = true;
+    start({});
+    EXPECT_TRUE(view.inFront);
+    EXPECT_FALSE(platform.windowSystem->calls.contains(QStringLiteral("activate 1")));
+    ASSERT_TRUE(view.pendingOnScreen);
+    view.pendingOnScreen();
+    EXPECT_EQ(platform.windowSystem->calls.last(), QStringLiteral("activate 1"));
+}
+
 TEST_F(StartupTest, NamedArgumentsRedirectTheLogWithItsFallback)
 {
     const QString logFile = QStringLiteral("/home/anna/Library/Logs/VelmoraInstaller.log");
