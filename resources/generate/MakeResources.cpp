@@ -99,15 +99,17 @@ QImage demoIcon()
     return image;
 }
 
-// A control-tint swatch: the glossy look of older systems ("Mav"), the flat one ("Yos") and the
-// flat one on a dark bezel ("YosDark"), in the blue or the graphite tint.
-QImage tintSwatch(const QString& style, bool blue)
+// A control-tint swatch of 32 points at the given density: the glossy look of older systems
+// ("Mav"), the flat one ("Yos") and the flat one on a dark bezel ("YosDark"), in the blue or the
+// graphite tint.
+QImage tintSwatch(const QString& style, bool blue, int density)
 {
     const QColor tint = blue ? QColor(0x1b, 0x7f, 0xf5) : QColor(0x8e, 0x8e, 0x93);
-    QImage image(32, 32, QImage::Format_ARGB32_Premultiplied);
+    QImage image(32 * density, 32 * density, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing);
+    p.scale(density, density);
     p.setPen(Qt::NoPen);
     const QRectF bead(3, 3, 26, 26);
     if (style == QStringLiteral("YosDark")) {
@@ -135,7 +137,9 @@ bool writeTintSwatches(const QString& folder)
     for (const QString& style : {QStringLiteral("Mav"), QStringLiteral("Yos"), QStringLiteral("YosDark")}) {
         for (const bool blue : {true, false}) {
             const QString name = QStringLiteral("/tint") + style + (blue ? QStringLiteral("Blue") : QStringLiteral("Graphite"));
-            if (!tintSwatch(style, blue).save(folder + name + QStringLiteral(".png")))
+            // Qt takes name@2x.png for a screen of density 2, and scales it down for 1.5.
+            if (!tintSwatch(style, blue, 1).save(folder + name + QStringLiteral(".png")) ||
+                !tintSwatch(style, blue, 2).save(folder + name + QStringLiteral("@2x.png")))
                 return false;
         }
     }

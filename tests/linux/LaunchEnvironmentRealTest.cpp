@@ -130,7 +130,8 @@ TEST(LinuxApplicationEvents, ALaunchedAndAnEndedBundleProcessReachAnObserver)
 }
 
 // Every tint image the probe can name is in the built installer bundle and is a real image.
-TEST(InstallerBundle, ShipsEveryTintImage)
+// Each tint image comes with a twice-as-dense one that Qt picks for a screen of density 2.
+TEST(InstallerBundle, ShipsEveryTintImageAtBothDensities)
 {
     const auto bundle = RVBundle::bundleWithPath(QStringLiteral(RV_INSTALLER_BUNDLE));
     ASSERT_TRUE(bundle);
@@ -139,7 +140,13 @@ TEST(InstallerBundle, ShipsEveryTintImage)
             const QString name = QLatin1String(style) + QLatin1String(tint);
             const QString path = bundle->pathForResourceOfType(name, QStringLiteral("png"));
             ASSERT_FALSE(path.isEmpty()) << name.toStdString();
-            EXPECT_FALSE(QImage(path).isNull()) << path.toStdString();
+            const QImage single(path);
+            QString dense = path;
+            const QImage twice(dense.insert(dense.size() - 4, QStringLiteral("@2x")));
+            EXPECT_EQ(single.size(), QSize(32, 32)) << path.toStdString();
+            EXPECT_EQ(twice.size(), QSize(64, 64)) << dense.toStdString();
+            // Drawn again at the density, not made by doubling each pixel.
+            EXPECT_NE(twice.scaled(32, 32, Qt::IgnoreAspectRatio, Qt::FastTransformation), single) << name.toStdString();
         }
     }
 }
