@@ -1,5 +1,6 @@
 #include "InstallerWindow.h"
 
+#include "BusyProgressAccessible.h"
 #include "InstallerWinController.h"
 #include "RVBundle.h"
 #include "RVLocalization.h"
@@ -24,6 +25,7 @@
 
 InstallerWindow::InstallerWindow(QWidget* parent) : QDialog(parent), m_ui(std::make_unique<Ui::InstallerWindow>())
 {
+    BusyProgressAccessible::install();
     m_ui->setupUi(this);
     m_ui->progressIndicator->setVisible(false);
     // What a screen reader says of the controls that show no words of their own.
@@ -262,6 +264,7 @@ void InstallerWindow::loadReadMe(const QString& path)
 void InstallerWindow::setProgressAnimating(bool animating)
 {
     m_ui->progressIndicator->setVisible(animating);
+    BusyProgressAccessible::notifyBusyChanged(m_ui->progressIndicator);
 }
 
 void InstallerWindow::bringToFront(std::function<void()> onScreen)

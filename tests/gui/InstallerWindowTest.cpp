@@ -25,6 +25,7 @@
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QStackedWidget>
@@ -281,6 +282,28 @@ TEST_F(WindowTest, EveryControlIsNamedAndTheKeyboardAloneInstalls)
     QTest::keyClick(&window, Qt::Key_Return); // Continue, the default button
     EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), 1);
     EXPECT_GE(named("installation page"), 5);
+    // The progress indicator says when it is busy, and tells each change. Qt passes changes on
+    // only while assistive technology listens: on the accessibility bus (gui_atspi), not
+    // offscreen.
+    const bool listening = qEnvironmentVariableIsSet("RV_EXPECT_ACCESSIBILITY_BUS");
+    // Qt's bridge asks the bus whether accessibility is on without waiting for the answer.
+    ASSERT_EQ(QTest::qWaitFor([] { return QAccessible::isActive(); }, listening ? 10000 : 0), listening);
+    static QList<bool> busyChanges;
+    busyChanges.clear();
+    QAccessible::installUpdateHandler([](QAccessibleEvent* event) {
+        if (event->type() == QAccessible::StateChanged && static_cast<QAccessibleStateChangeEvent*>(event)->changedStates().busy)
+            busyChanges << event->accessibleInterface()->state().busy;
+    });
+    QAccessibleInterface* progress = QAccessible::queryAccessibleInterface(child<QProgressBar>(window, "progressIndicator"));
+    EXPECT_EQ(progress->role(), QAccessible::ProgressBar);
+    EXPECT_FALSE(progress->state().busy);
+    const int idle = named("installation page");
+    window.setProgressAnimating(true);
+    EXPECT_TRUE(progress->state().busy);
+    EXPECT_EQ(named("installation in progress"), idle + 1);
+    window.setProgressAnimating(false);
+    QAccessible::installUpdateHandler(nullptr);
+    EXPECT_EQ(busyChanges, (listening ? QList<bool>{true, false} : QList<bool>{}));
     QTest::keyClick(&window, Qt::Key_Escape); // Go Back, as Cancel would
     EXPECT_EQ(child<QStackedWidget>(window, "tabView")->currentIndex(), 0);
     QTest::keyClick(&window, Qt::Key_Escape); // Cancel on the read-me page quits
@@ -537,7 +560,9 @@ TEST(Playback, CompletionSoundReachesTheDefaultOutput)
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Offscreen unless a run on a real display asks for one.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
