@@ -15,13 +15,12 @@ class FakeFileManager : public RVFileManager
 {
 public:
     QSet<QString> existing;
-    QSet<QString> danglingLinks;
     QSet<QString> writable;
     QStringList probes; // probe files created
     bool probeSucceeds = true;
 
     bool fileExists(const QString& path) override { return existing.contains(path); }
-    bool itemExists(const QString& path) override { return existing.contains(path) || danglingLinks.contains(path); }
+    bool itemExists(const QString& path) override { return existing.contains(path); }
     std::optional<QStringList> contentsOfDirectory(const QString&) override { return std::nullopt; }
     bool removeItem(const QString& path) override { return existing.remove(path); }
     bool copyItem(const QString&, const QString& target) override

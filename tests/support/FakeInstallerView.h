@@ -20,7 +20,6 @@ public:
     QStringList readableIcons; // icon files that hold an image
     QString icon;
     int page = -1;
-    QStringList pageHistory;
     QString readMe;
     bool animating = false;
     bool inFront = false;
@@ -50,11 +49,7 @@ public:
         icon = path;
         return true;
     }
-    void selectPage(int p) override
-    {
-        page = p;
-        pageHistory << QString::number(p);
-    }
+    void selectPage(int p) override { page = p; }
     int selectedPage() const override { return page; }
     void loadReadMe(const QString& path) override { readMe = path; }
     void setProgressAnimating(bool a) override { animating = a; }

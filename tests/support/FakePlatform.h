@@ -73,11 +73,10 @@ class FakeLauncher : public RVLauncher
 {
 public:
     std::vector<RVLaunchRequest> requests;
-    QString failWith; // when set, every launch fails with this error
     RVLaunchResult launch(const RVLaunchRequest& request) override
     {
         requests.push_back(request);
-        return {nullptr, failWith.isEmpty() ? QStringLiteral("fake launcher") : failWith};
+        return {nullptr, QStringLiteral("fake launcher")};
     }
 };
 
@@ -110,18 +109,13 @@ class FakeLaunchEnvironment : public RVLaunchEnvironment
 public:
     QString creator;
     FileSystemInfo fileSystem;
-    QStringList fileSystemQueries;
     std::optional<std::uint64_t> idle;
     int tint = 1;
     bool traced = false;
     QMap<QString, QString> links;
 
     QString launcherCreator() override { return creator; }
-    FileSystemInfo fileSystemInfo(const QString& path) override
-    {
-        fileSystemQueries << path;
-        return fileSystem;
-    }
+    FileSystemInfo fileSystemInfo(const QString&) override { return fileSystem; }
     std::optional<std::uint64_t> idleNanoseconds() override { return idle; }
     int controlTint() override { return tint; }
     bool isTraced() override { return traced; }

@@ -167,12 +167,10 @@ class FakeClock : public RVClock
 {
 public:
     double time = 100.0;
-    long sleeps = 0;
     std::function<void()> onSleep; // runs on the sleeping thread, before time moves on
     double now() override { return time; }
     void sleepMicroseconds(unsigned microseconds) override
     {
-        ++sleeps;
         if (onSleep)
             onSleep();
         time += microseconds / 1e6;
