@@ -117,6 +117,28 @@ void InstallerWindow::setButtonEnabled(Button which, bool enabled)
     button(which)->setEnabled(enabled);
 }
 
+namespace {
+
+// An image file drawn within side × side points at the given density, from its full size.
+// Qt asks every image plugin whether it reads a file before its own PNG reader does, loading
+// them all (a few milliseconds of the start-up); a PNG is read by the built-in reader alone.
+QPixmap imageFromFile(const QString& path, int side, qreal ratio)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.peek(8) != QByteArrayLiteral("\x89PNG\r\n\x1a\n"))
+        return QIcon(path).pixmap(QSize(side, side), ratio);
+    QImageReader reader(&file, "png");
+    reader.setAutoDetectImageFormat(false);
+    QImage image = reader.read();
+    const int pixels = qRound(side * ratio);
+    if (image.width() > pixels || image.height() > pixels)
+        image = image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    image.setDevicePixelRatio(ratio);
+    return QPixmap::fromImage(std::move(image));
+}
+
+} // namespace
+
 void InstallerWindow::setImageHidden(Image image, bool hidden)
 {
     // The check mark is only seen at the end; reading it then keeps it off the start-up.
@@ -124,10 +146,7 @@ void InstallerWindow::setImageHidden(Image image, bool hidden)
         if (const auto bundle = RVBundle::mainBundle()) {
             // Drawn from the large source at the screen's own density: sharp at 1.5x and 2x.
             const QString checkmark = bundle->pathForResourceOfType(QStringLiteral("checkmark"), QStringLiteral("png"));
-            const qreal ratio = devicePixelRatioF();
-            QPixmap mark = QPixmap(checkmark).scaled(QSize(56, 56) * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-            mark.setDevicePixelRatio(ratio);
-            m_ui->checkmarkField->setPixmap(mark);
+            m_ui->checkmarkField->setPixmap(imageFromFile(checkmark, 56, devicePixelRatioF()));
         }
     (image == Image::Icon ? m_ui->iconField : m_ui->checkmarkField)->setHidden(hidden);
 }
@@ -164,35 +183,11 @@ void InstallerWindow::followLanguageDirection()
     QGuiApplication::setLayoutDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
 }
 
-namespace {
-
-// An image file drawn within side × side points at the given density. Qt asks every image
-// plugin whether it reads a file before its own PNG reader does, loading them all (a few
-// milliseconds of the start-up); a PNG, the usual icon, is read by the built-in reader alone.
-QPixmap iconFromFile(const QString& path, int side, qreal ratio)
-{
-    QFile file(path);
-    const bool png = file.open(QIODevice::ReadOnly) && file.peek(8) == QByteArrayLiteral("\x89PNG\r\n\x1a\n");
-    file.close();
-    if (!png)
-        return QIcon(path).pixmap(QSize(side, side), ratio);
-    QImageReader reader(path, "png");
-    reader.setAutoDetectImageFormat(false);
-    QImage image = reader.read();
-    const int pixels = qRound(side * ratio);
-    if (image.width() > pixels || image.height() > pixels)
-        image = image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    image.setDevicePixelRatio(ratio);
-    return QPixmap::fromImage(std::move(image));
-}
-
-} // namespace
-
 bool InstallerWindow::setIcon(const QString& icon)
 {
     QPixmap pixmap;
     if (QFileInfo(icon).isAbsolute()) {
-        pixmap = iconFromFile(icon, 128, devicePixelRatioF());
+        pixmap = imageFromFile(icon, 128, devicePixelRatioF());
     } else {
         // A theme name; without an icon theme the style's own pictures stand in.
         const QStyle::StandardPixmap standard = icon == u"folder" ? QStyle::SP_DirIcon
