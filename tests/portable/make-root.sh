@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Makes (once) a Debian root file system with what a GTK desktop has and no Qt, and prints
+# its path. Roots are kept under $VELMORA_ROOT_CACHE, keyed by suite and package list, so
+# that a later run reuses them.
+#   make-root.sh SUITE
+set -euo pipefail
+suite=$1
+packages=(libgtk-3-0 libgl1 libegl1 fonts-dejavu-core)
+cache=${VELMORA_ROOT_CACHE:-/var/cache/velmora/roots}
+key=$(printf '%s\n' "$suite" "${packages[@]}" | sha256sum | cut -c1-12)
+root="$cache/$suite-$key"
+if [[ -f "$root/.complete" ]]; then
+    echo "$root"
+    exit 0
+fi
+mkdir -p "$cache"
+rm -rf "$root.partial"
+packages_csv=$(IFS=,; echo "${packages[*]}")
+debootstrap --variant=minbase --include="$packages_csv" "$suite" "$root.partial" http://deb.debian.org/debian >&2 \
+    || { echo "make-root: debootstrap of $suite failed" >&2; exit 1; }
+# A user of that root, as a desktop has one.
+chroot "$root.partial" useradd --create-home --uid 4242 --shell /bin/sh desk
+touch "$root.partial/.complete"
+mv "$root.partial" "$root"
+echo "$root"
