@@ -1,11 +1,5 @@
 # The installer bundle carries what the host does not promise (packaging/host-libraries.txt),
-# so it runs on desktops without Qt. Sanitizer builds keep the build machine's libraries:
-# their runtimes must match the host's anyway.
-set(RV_BUNDLE_RUNTIME_DEFAULT ON)
-if(RV_SANITIZE OR RV_TSAN OR RV_FUZZ)
-    set(RV_BUNDLE_RUNTIME_DEFAULT OFF)
-endif()
-option(RV_BUNDLE_RUNTIME "Copy the libraries the installer needs into its bundle" ${RV_BUNDLE_RUNTIME_DEFAULT})
+# so it runs on desktops without Qt.
 if(NOT RV_BUNDLE_RUNTIME)
     return()
 endif()

@@ -1,15 +1,17 @@
 #pragma once
 
-#include <QString>
-
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 
 // One file to ship: a program (the launcher) followed by a compressed archive of one
 // product bundle and a trailer that says where the archive is and what its checksum is.
 //
-//   [launcher][archive: tar, zstd][trailer: magic, offset, size, SHA-256 of the archive]
+//   [launcher][archive: tar, zstd][trailer: magic, offset, size, BLAKE2b-256 of the archive]
+//
+// Plain C++ over libarchive and libsodium: the launcher links them statically, so that it
+// starts on a machine that has neither, nor Qt.
 namespace RVPackage {
 
 struct Payload
@@ -18,27 +20,26 @@ struct Payload
     std::uint64_t size = 0;
 };
 
-// Writes launcher (without any payload of its own) followed by bundle as an archive to
-// output, executable. The archive holds the bundle's folder with its links, hard links,
-// modes and times. Null on success, else why not.
-QString write(const QString& launcher, const QString& bundle, const QString& output);
+constexpr std::size_t kChecksumSize = 32;
+constexpr std::size_t kTrailerSize = 8 + 8 + 8 + kChecksumSize;
+
+// The trailer that says where payload lies and what it hashes to.
+std::string trailerFor(const Payload& payload, const unsigned char (&checksum)[kChecksumSize]);
 
 // Where the payload of the file at path lies; empty when the file carries none.
-std::optional<Payload> payloadOf(const QString& path);
+std::optional<Payload> payloadOf(const std::string& path);
 
-// The payload of file is complete and unchanged: its bytes hash to the trailer's checksum.
-bool verify(const QString& path, const Payload& payload);
-
-// Extracts the payload into folder, which must exist: one bundle folder, nothing outside
-// it (no absolute paths, no "..", no writing through links). progress receives the
-// fraction of the archive read and answers whether to go on. The bundle's path, or null
-// with error set.
-QString extract(const QString& path, const Payload& payload, const QString& folder,
-                const std::function<bool(double)>& progress, QString* error);
-
-// The launcher's length in path: where its program ends.
-std::uint64_t launcherSize(const QString& path);
+// The launcher's length in path: where its ELF program ends.
+std::uint64_t launcherSize(const std::string& path);
 // Whether anything is appended to the program at path: a payload, or what is left of one.
-bool carriesData(const QString& path);
+bool carriesData(const std::string& path);
+
+// Unpacks the payload into folder, which must exist: one bundle folder, nothing outside it
+// (no absolute paths, no "..", no writing through links). The archive is hashed as it is
+// read and must match the trailer's checksum, else nothing extracted may be used. progress
+// receives the share of the archive read and answers whether to go on. The bundle's path,
+// or empty with error set.
+std::string extract(const std::string& path, const Payload& payload, const std::string& folder,
+                    const std::function<bool(double)>& progress, std::string* error);
 
 } // namespace RVPackage

@@ -77,14 +77,14 @@ echo "the user's" >"$work/victim/file"
 ln -s "$work/victim" "$second/Contents/Resources/outside"
 mkdir -p "$work/bare.app"
 "$pack" "$work/bare.app" "$work/bare" 2>/dev/null && fail "a product without the installer was packed"
-"$pack" "$second" "$work/Acme Tool-1.0-x86_64" || fail "velmora-pack failed"
+"$pack" --level 3 "$second" "$work/Acme Tool-1.0-x86_64" || fail "velmora-pack failed"
 install_with "$work/Acme Tool-1.0-x86_64" "Acme Tool"
 [[ $(cat "$work/victim/file" 2>/dev/null) == "the user's" ]] || fail "removing the unpacked copy followed a link"
 # A large product: progress shows while it unpacks; the user may still cancel afterwards.
 big="$work/vendor/Big Tool.app"
 cp -a "$second" "$big"
 head -c 400M /dev/urandom >"$big/Contents/Resources/data.bin"
-"$pack" "$big" "$work/Big Tool-1.0-x86_64" || fail "velmora-pack failed on a large product"
+"$pack" --level 3 "$big" "$work/Big Tool-1.0-x86_64" || fail "velmora-pack failed on a large product"
 "$work/Big Tool-1.0-x86_64" 2>"$installer_log" &
 runner=$!
 xdotool search --sync --name "^Big Tool-1.0-x86_64\$" >/dev/null || fail "no progress while unpacking"

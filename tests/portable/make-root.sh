@@ -5,7 +5,7 @@
 #   make-root.sh SUITE
 set -euo pipefail
 suite=$1
-packages=(libgtk-3-0 libgl1 libegl1 fonts-dejavu-core)
+packages=(libgtk-3-0 libgl1 libegl1 fonts-dejavu-core dbus-x11)
 cache=${VELMORA_ROOT_CACHE:-/var/cache/velmora/roots}
 key=$(printf '%s\n' "$suite" "${packages[@]}" | sha256sum | cut -c1-12)
 root="$cache/$suite-$key"
