@@ -5,7 +5,9 @@
 #   make-root.sh SUITE
 set -euo pipefail
 suite=$1
-packages=(libgtk-3-0 libgl1 libegl1 fonts-dejavu-core dbus-x11)
+gtk=libgtk-3-0
+[[ $suite == bookworm ]] || gtk=libgtk-3-0t64 # renamed with the 64-bit time change
+packages=("$gtk" libgl1 libegl1 fonts-dejavu-core dbus-x11)
 cache=${VELMORA_ROOT_CACHE:-/var/cache/velmora/roots}
 key=$(printf '%s\n' "$suite" "${packages[@]}" | sha256sum | cut -c1-12)
 root="$cache/$suite-$key"
