@@ -56,6 +56,7 @@ bench: build
 		$(BUILD_DIR)/bench/startup_bench \
 		"$(BUILD_DIR)/demo/Velmora Demo.app/Contents/Resources/VelmoraInstaller.app/Contents/MacOS/VelmoraInstaller" \
 		$(BUILD_DIR)/bench/minimal_window $(BUILD_DIR)/bench/label_window
+	tests/x11/with-x11.sh bench/dist-bench.sh $(CURDIR)/$(BUILD_DIR)
 
 demo: build
 	BUILD_DIR=$(CURDIR)/$(BUILD_DIR) bash scripts/demo.sh

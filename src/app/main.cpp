@@ -14,8 +14,28 @@
 
 #include <future>
 
+#include <unistd.h>
+
+namespace {
+
+// A bundle that carries Qt (a qt.conf beside the program) loads plugins from itself only:
+// the host's, built for another Qt, would not load or would crash.
+void keepPluginsInsideTheBundle()
+{
+    char program[4096];
+    const ssize_t length = ::readlink("/proc/self/exe", program, sizeof program - 1);
+    const QByteArray folder = QByteArray(program, length > 0 ? length : 0);
+    if (::access(folder.left(folder.lastIndexOf('/')) + "/qt.conf", R_OK) == 0) {
+        qunsetenv("QT_PLUGIN_PATH");
+        qunsetenv("QT_QPA_PLATFORM_PLUGIN_PATH");
+    }
+}
+
+} // namespace
+
 int main(int argc, char* argv[])
 {
+    keepPluginsInsideTheBundle();
     RVLinuxPlatform::chooseWindowSystem();
     RVLinuxPlatform::prepareDisplayInBackground();
     QStringList arguments;

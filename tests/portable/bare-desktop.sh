@@ -11,6 +11,7 @@ set -euo pipefail
 build=$1 suite=$2 mode=${3:-}
 here=$(dirname "$0")
 source "$here/../e2e/common.sh" "$build"
+cmake --build "$build" --target dist >/dev/null
 cached=$("$here/make-root.sh" "$suite")
 dist=$(ls "$build"/dist/Velmora\ Demo-*-* | grep -v partial | head -1)
 [[ -x "$dist" ]] || fail "no file from make dist"

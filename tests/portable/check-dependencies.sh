@@ -10,26 +10,27 @@ declare -A on_host=() checked=()
 for name in "${host[@]}"; do on_host[$name]=1; done
 failures=0
 
-is_elf() { [[ $(head -c 4 "$1" 2>/dev/null | od -An -c | tr -d ' ') == '177ELF' ]]; }
-
-# Folders the dynamic loader searches for the file at $1: its RUNPATH, $ORIGIN expanded.
+# Folders the dynamic loader searches for the file at $1 (dynamic section $2, read when
+# not given): its RUNPATH, $ORIGIN expanded.
 search_path() {
-    local origin
+    local origin dynamic=${2:-$(readelf -d "$1")}
     origin=$(dirname "$(readlink -f "$1")")
-    readelf -d "$1" | sed -n 's/.*(RUNPATH).*\[\(.*\)\]/\1/p' | tr ':' '\n' | sed "s|\$ORIGIN|$origin|g"
+    sed -n 's/.*(RUNPATH).*\[\(.*\)\]/\1/p' <<<"$dynamic" | tr ':' '\n' | sed "s|\$ORIGIN|$origin|g"
 }
 
 check() {
     local file=$1
     [[ -n ${checked[$file]:-} ]] && return
     checked[$file]=1
-    local needed folder found
-    for needed in $(readelf -d "$file" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
+    local needed folder found dynamic
+    dynamic=$(readelf -d "$file")
+    mapfile -t folders < <(search_path "$file" "$dynamic")
+    for needed in $(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic"); do
         [[ -n ${on_host[$needed]:-} ]] && continue
         found=
-        while read -r folder; do
+        for folder in "${folders[@]}"; do
             [[ -n $folder && -f "$folder/$needed" ]] && { found="$folder/$needed"; break; }
-        done < <(search_path "$file")
+        done
         if [[ -z $found ]]; then
             echo "FAIL: ${file#"$bundle/"} needs $needed, which is neither in the bundle nor on the host list" >&2
             failures=$((failures + 1))
@@ -43,15 +44,14 @@ check() {
 }
 
 count=0
-while IFS= read -r -d '' file; do
-    is_elf "$file" || continue
+while IFS= read -r file; do
     check "$file"
     count=$((count + 1))
-done < <(find "$bundle" -type f -print0)
+done < <(find "$bundle" -type f -exec sh -c 'for f; do [ "$(head -c 4 "$f" | od -An -c | tr -d " ")" = "177ELF" ] && echo "$f"; done' _ {} +)
 check "$launcher"
 [[ -z $(search_path "$launcher") ]] || { echo "FAIL: the launcher searches $(search_path "$launcher")" >&2; failures=$((failures + 1)); }
 
 newest=$(for file in "${!checked[@]}"; do readelf -V "$file" 2>/dev/null; done |
     grep -o 'Name: GLIBC_[0-9.]*' | sed 's/Name: GLIBC_//' | sort -V | tail -1)
-echo "dependencies: $count ELF files in the bundle and the launcher, ${#checked[@]} files walked; newest C library version needed: GLIBC_$newest"
+echo "dependencies: $count ELF files in the bundle, and the launcher; ${#checked[@]} files walked; newest C library version needed: GLIBC_$newest"
 ((failures == 0))
