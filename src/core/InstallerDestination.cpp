@@ -7,6 +7,7 @@
 #include "RVProcess.h"
 
 #include <QDir>
+#include <QSet>
 
 #include <cstdlib>
 
@@ -137,13 +138,17 @@ QString InstallerWinController::pathToProcessToReplace()
     const QStringList codes = m_arguments->list(RVInstallerKeyProductCode);
     const QStringList first{codes.value(0)};
     const RVProcess::Ptr own = RVProcess::currentProcess();
+    QSet<QString> passedOver; // one line for each, though both passes may meet it
     auto candidate = [&](const RVProcess::Ptr& process, bool anyCode) {
         const bool matches = signatureIsInArray(process->signature(), anyCode ? &codes : &first);
         if (!matches || process->isEqual(own.get()) || isInUnsupportedFolder(process->path()))
             return false;
         if (isCopyOfProduct(process->infoDictionary().value_or(QVariantMap())))
             return true;
-        RVLog(QStringLiteral("running application %@ is no copy of the product; passed over"), process->path());
+        if (!passedOver.contains(process->path())) {
+            passedOver.insert(process->path());
+            RVLog(QStringLiteral("running application %@ is no copy of the product; passed over"), process->path());
+        }
         return false;
     };
     for (const RVProcess::Ptr& process : RVProcess::allProcesses()) {

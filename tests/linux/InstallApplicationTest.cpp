@@ -315,21 +315,3 @@ TEST_F(InstallApplicationTest, LinkAtTheDestinationIsTrashedNeverItsTarget)
     }
     EXPECT_TRUE(trashCli(QStringLiteral("trash-list"), {}, dataHome).contains(destination));
 }
-
-} // namespace
-
-// A link at the destination whose target is gone is nothing to the existence checks, yet
-// it is an item: the copy moves it to the Trash instead of failing over it.
-TEST_F(InstallApplicationTest, DanglingLinkAtTheDestinationIsReplaced)
-{
-    const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
-    const QString destination = tmp.mkdir(QStringLiteral("Applications")) + QStringLiteral("/Product.app");
-    ASSERT_TRUE(QFile::link(tmp.file(QStringLiteral("gone.app")), destination));
-    RVFileManager& files = RVPlatform::current().fileManager();
-    EXPECT_FALSE(files.fileExists(destination));
-    EXPECT_TRUE(files.itemExists(destination));
-
-    ASSERT_EQ(InstallApplication(source, destination, QString()), InstallResultSuccess);
-    EXPECT_TRUE(versionAt(destination).contains(u'2'));
-    EXPECT_TRUE(trashCli(QStringLiteral("trash-list"), {}, dataHome).contains(destination));
-}

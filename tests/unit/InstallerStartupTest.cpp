@@ -184,8 +184,9 @@ TEST_F(StartupTest, EmptyNameAndUnreadableInfoPlistAreSetupErrors)
         session.awakeFromNib();
         EXPECT_TRUE(session.finished()) << c.error.toStdString();
         EXPECT_EQ(other.texts[Field::Intro], c.error);
-        if (!c.line.isEmpty())
+        if (!c.line.isEmpty()) {
             EXPECT_TRUE(log.lines().mid(seen).contains(c.line)) << c.line.toStdString();
+        }
     }
     EXPECT_TRUE(QFile::exists(info));
 }
@@ -247,7 +248,7 @@ TEST_F(StartupTest, ProductCodesWithoutQuitCodesBecomeTheQuitList)
     other.setView(&view);
     platform.facts->arguments = QStringList{platform.facts->executable, QStringLiteral("-sourcePath"), product,
                                             QStringLiteral("-quitCode"), QStringLiteral("QUIT"), QStringLiteral("-quitCode"),
-                                            QString(), QStringLiteral("-productCode"), QStringLiteral("????")};
+                                            QStringLiteral(""), QStringLiteral("-productCode"), QStringLiteral("????")};
     other.awakeFromNib();
     EXPECT_EQ(other.arguments()->list(RVInstallerKeyProductCode), QStringList{QStringLiteral("????")});
     EXPECT_EQ(other.arguments()->list(RVInstallerKeyQuitCode), QStringList{QStringLiteral("QUIT")});
