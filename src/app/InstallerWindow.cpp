@@ -3,11 +3,13 @@
 #include "BusyProgressAccessible.h"
 #include "InstallerWinController.h"
 #include "RVBundle.h"
+#include "RVFileRead.h"
 #include "RVLocalization.h"
 #include "RVRichText.h"
 #include "ui_InstallerWindow.h"
 
 #include <QApplication>
+#include <QBuffer>
 #include <QGuiApplication>
 #include <QCloseEvent>
 #include <QFile>
@@ -119,18 +121,36 @@ void InstallerWindow::setButtonEnabled(Button which, bool enabled)
 
 namespace {
 
-// An image file drawn within side × side points at the given density, from its full size.
-// Qt asks every image plugin whether it reads a file before its own PNG reader does, loading
-// them all (a few milliseconds of the start-up); a PNG is read by the built-in reader alone.
+// A read-me is text with a few pictures; a bigger file is not one.
+constexpr qint64 kMaxReadMeSize = 64 * 1024 * 1024;
+
+// An image file drawn within side × side points at the given density, from its largest
+// image. The file is the product's: read only when it is a regular file of sane size, so that
+// a FIFO there cannot hang the window. Qt asks every image plugin whether it reads a file
+// before its own PNG reader does, loading them all (a few milliseconds of the start-up); a
+// PNG is read by the built-in reader alone.
 QPixmap imageFromFile(const QString& path, int side, qreal ratio)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.peek(8) != QByteArrayLiteral("\x89PNG\r\n\x1a\n"))
-        return QIcon(path).pixmap(QSize(side, side), ratio);
-    QImageReader reader(&file, "png");
-    reader.setAutoDetectImageFormat(false);
-    QImage image = reader.read();
+    const auto bytes = RVFileRead::regularFile(path, 64 * 1024 * 1024);
+    if (!bytes.data)
+        return {};
+    QBuffer buffer;
+    buffer.setData(*bytes.data);
+    buffer.open(QIODevice::ReadOnly);
+    const bool png = bytes.data->startsWith(QByteArrayLiteral("\x89PNG\r\n\x1a\n"));
+    QImageReader reader(&buffer, png ? QByteArray("png") : QFileInfo(path).suffix().toLatin1());
+    reader.setAutoDetectImageFormat(!png);
     const int pixels = qRound(side * ratio);
+    if (reader.format() == "svg")
+        reader.setScaledSize(QSize(pixels, pixels));
+    QImage image;
+    for (int i = 0; i < std::max(1, reader.imageCount()); ++i) {
+        if (i > 0 && !reader.jumpToImage(i))
+            break;
+        const QImage next = reader.read();
+        if (next.width() * next.height() > image.width() * image.height())
+            image = next;
+    }
     if (image.width() > pixels || image.height() > pixels)
         image = image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     image.setDevicePixelRatio(ratio);
@@ -241,12 +261,12 @@ void InstallerWindow::loadReadMe(const QString& path)
 {
     // An RTFD document is a folder: its text in TXT.rtf, its pictures beside it.
     const bool isFolder = QFileInfo(path).isDir();
-    QFile file(isFolder ? path + QStringLiteral("/TXT.rtf") : path);
+    const auto read = RVFileRead::regularFile(isFolder ? path + QStringLiteral("/TXT.rtf") : path, kMaxReadMeSize);
     QTextBrowser* view = readMeView();
     view->clear();
-    if (!file.open(QIODevice::ReadOnly))
+    if (!read.data)
         return;
-    const QByteArray document = file.readAll();
+    const QByteArray& document = *read.data;
     view->setSearchPaths({isFolder ? path : QFileInfo(path).path()});
     switch (RVRichText::detect(document)) {
     case RVRichText::Format::Rtf: view->setHtml(RVRichText::rtfToHtml(document)); break;

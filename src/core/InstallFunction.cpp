@@ -4,6 +4,8 @@
 #include "RVPaths.h"
 #include "RVPlatform.h"
 
+#include <algorithm>
+
 using RVPaths::isInside;
 using RVPaths::lastPathComponent;
 using RVPaths::stringByAppendingPathComponent;
@@ -40,6 +42,16 @@ Paths resolved(const QString& source, const QString& destination, const QString&
     return paths;
 }
 
+// The home Trash ($XDG_DATA_HOME/Trash), a volume's .Trash/$uid or .Trash-$uid, the
+// Trash of macOS: emptying it would delete the product.
+bool isInAnyTrash(const QString& path)
+{
+    const QStringList folders = stringByDeletingLastPathComponent(path).split(u'/', Qt::SkipEmptyParts);
+    return std::any_of(folders.begin(), folders.end(), [](const QString& name) {
+        return name == u"Trash" || name == u".Trash" || name.startsWith(QStringLiteral(".Trash-"));
+    });
+}
+
 bool refuses(const QString& format, const QString& path, const QString& other = QString())
 {
     RVLog(format, path, other);
@@ -60,6 +72,8 @@ bool refusesToInstall(const Paths& paths)
         if (!folder.isEmpty() && paths.destination == folder)
             return refuses(QStringLiteral("ERROR -- Will not replace the folder %@"), paths.destination);
     }
+    if (isInAnyTrash(paths.destination))
+        return refuses(QStringLiteral("ERROR -- Will not install into the Trash: %@"), paths.destination);
     if (isInside(paths.destination, paths.source) || isInside(paths.source, paths.destination))
         return refuses(QStringLiteral("ERROR -- %@ and %@ lie inside each other"), paths.source, paths.destination);
     if (!paths.wrapper.isEmpty() &&
@@ -133,7 +147,8 @@ QString ResolvedDestination(const QString& destination)
 int InstallApplication(const QString& source, const QString& destination, const QString& wrapper)
 {
     const Paths paths = resolved(source, destination, wrapper);
-    // Installing a product over itself would trash the only copy; there is nothing to do.
+    // Installing a product over itself would trash the only copy; there is nothing to do. A
+    // link to the source at the destination is not the product: it goes, a copy comes.
     if (files().fileExists(paths.destination) && files().isSameItem(paths.source, paths.destination))
         return InstallResultSuccess;
     if (refusesToInstall(paths))

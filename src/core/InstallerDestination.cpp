@@ -7,6 +7,7 @@
 #include "RVProcess.h"
 
 #include <QDir>
+#include <QSet>
 
 #include <cstdlib>
 
@@ -94,12 +95,38 @@ QString InstallerWinController::applicationsDirectory()
     return canWriteToFileOrDirectory(user) ? user : local;
 }
 
+QVariantMap InstallerWinController::productInfo() const
+{
+    const auto product = RVBundle::bundleWithPath(argument(RVInstallerKeySourcePath));
+    return product ? product->infoDictionary() : QVariantMap();
+}
+
+bool InstallerWinController::isCopyOfProduct(const QVariantMap& info) const
+{
+    const QVariantMap product = productInfo();
+    const QString identifier = product.value(QStringLiteral("CFBundleIdentifier")).toString();
+    const QString other = info.value(QStringLiteral("CFBundleIdentifier")).toString();
+    if (!identifier.isEmpty() && !other.isEmpty())
+        return identifier == other;
+    auto executable = [](const QVariantMap& dictionary) {
+        const QString name = dictionary.value(QStringLiteral("CFBundleExecutable")).toString();
+        return name.isEmpty() ? dictionary.value(QStringLiteral("NSExecutable")).toString() : name;
+    };
+    return !executable(product).isEmpty() && executable(product) == executable(info);
+}
+
 QString InstallerWinController::autoLaunchPathFor(const QString& productName)
 {
+    if (productName.isEmpty())
+        return {}; // every name begins with it
     for (const QString& loginItem : RVPlatform::current().workspace().loginItems()) {
         const QString item = RVPaths::standardizedPath(loginItem);
-        if (RVPaths::lastPathComponent(item).startsWith(productName))
+        if (!RVPaths::lastPathComponent(item).startsWith(productName))
+            continue;
+        const auto bundle = RVBundle::bundleWithPath(item);
+        if (bundle && isCopyOfProduct(bundle->infoDictionary()))
             return item;
+        RVLog(QStringLiteral("login item %@ is no copy of %@; passed over"), item, productName);
     }
     return {};
 }
@@ -109,12 +136,20 @@ QString InstallerWinController::pathToProcessToReplace()
     if (!m_arguments || !m_arguments->hasList(RVInstallerKeyProductCode))
         return {};
     const QStringList codes = m_arguments->list(RVInstallerKeyProductCode);
-    const RVOSType first = RVOSTypeFromString(codes.value(0));
+    const QStringList first{codes.value(0)};
     const RVProcess::Ptr own = RVProcess::currentProcess();
+    QSet<QString> passedOver; // one line for each, though both passes may meet it
     auto candidate = [&](const RVProcess::Ptr& process, bool anyCode) {
-        const bool matches = anyCode ? signatureIsInArray(process->signature(), &codes)
-                                     : process->signature() == first;
-        return matches && !process->isEqual(own.get()) && !isInUnsupportedFolder(process->path());
+        const bool matches = signatureIsInArray(process->signature(), anyCode ? &codes : &first);
+        if (!matches || process->isEqual(own.get()) || isInUnsupportedFolder(process->path()))
+            return false;
+        if (isCopyOfProduct(process->infoDictionary().value_or(QVariantMap())))
+            return true;
+        if (!passedOver.contains(process->path())) {
+            passedOver.insert(process->path());
+            RVLog(QStringLiteral("running application %@ is no copy of the product; passed over"), process->path());
+        }
+        return false;
     };
     for (const RVProcess::Ptr& process : RVProcess::allProcesses()) {
         if (candidate(process, false))

@@ -143,15 +143,15 @@ void InstallerWinController::awakeFromNib()
         return;
     const QString source = argument(RVInstallerKeySourcePath);
 
-    if (!m_arguments->contains(RVInstallerKeyProductName)) {
-        const QString name = RVPaths::stringByDeletingPathExtension(lastPathComponent(source));
-        if (name.isEmpty()) {
-            showSetupError(QStringLiteral("missing program name"));
-            return;
-        }
-        m_arguments->setString(RVInstallerKeyProductName, name);
-    }
+    if (!m_arguments->contains(RVInstallerKeyProductName))
+        m_arguments->setString(RVInstallerKeyProductName,
+                               RVPaths::stringByDeletingPathExtension(lastPathComponent(source)));
+    // An empty name begins every login item's name: no name, no search.
     const QString name = argument(RVInstallerKeyProductName);
+    if (name.isEmpty()) {
+        showSetupError(QStringLiteral("missing program name"));
+        return;
+    }
     m_view->setWindowTitle(RVFormat(m_view->windowTitle(), {name}));
 
     const auto product = RVBundle::bundleWithPath(source);
@@ -208,6 +208,7 @@ void InstallerWinController::awakeFromNib()
     }
     for (const QString& code : productCodes)
         m_arguments->appendToList(RVInstallerKeyQuitCode, code);
+    dropCodesThatNameNoApplication();
     RVLog(QStringLiteral("Updated arguments: %@"), m_arguments->toVariantMap());
 
     fillPageTexts(version, hasDocumentation);

@@ -11,10 +11,12 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 
 class RVInstallerView;
+class RVProcess;
 
 // The session object: owns one installation from start-up to the final page. Its
 // operations are split over files by concern: arguments, quitting running copies,
@@ -65,8 +67,12 @@ public:
     void setArguments(const RVInstallerArguments& arguments) { m_arguments = arguments; }
 
     // Quitting running copies (InstallerQuit.cpp)
+    // The unknown signature "????" and the code 0 match nothing.
     static bool signatureIsInArray(RVOSType code, const QStringList* list);
+    // The applications to quit are those of the quit list and running copies of the
+    // product, known by its bundle identifier or by running from the destination.
     QString processToQuitStillRunning();
+    // Stops before the next request once the session is asked to stop.
     void quitProcesses();
 
     // Destination (InstallerDestination.cpp)
@@ -79,6 +85,9 @@ public:
     QString autoLaunchPathFor(const QString& productName);
     QString pathToProcessToReplace();
     QString findPreferredDestinationFor(const QString& productName);
+    // Whether a bundle's information dictionary is that of a copy of the product: the same
+    // bundle identifier, or where one of them has none, the same executable name.
+    bool isCopyOfProduct(const QVariantMap& info) const;
     QString localizedPath(const QString& path);
     QString recursiveLocalizedPath(const QString& path);
 
@@ -97,6 +106,11 @@ signals:
 
 private:
     QString argument(const QString& key) const;
+    // The information dictionary of the bundle at the source path; empty when none.
+    QVariantMap productInfo() const;
+    void dropCodesThatNameNoApplication();
+    bool mustQuit(const std::shared_ptr<RVProcess>& process, const QStringList& quitCodes,
+                  const QString& productIdentifier);
     void animateProgressOnMainThread(const QString& flag);
 
     QString localizedWithProductName(const QString& key) const;

@@ -26,7 +26,7 @@ void InstallerWinController::installThread()
     animateProgressOnMainThread(QStringLiteral("YES"));
 
     quitProcesses();
-    QString running = processToQuitStillRunning();
+    QString running = isStopping() ? QString() : processToQuitStillRunning();
     if (!running.isNull()) {
         RVLog(QStringLiteral("%@ did not quit; will retry"), running);
         for (int attempt = 0; attempt < kQuitRetries && !isStopping(); ++attempt) {

@@ -13,6 +13,7 @@
 #include <QVariant>
 #include <QVariantMap>
 
+#include <functional>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -111,8 +112,10 @@ public:
     void setInfo(const QVariant& value) { setInfoForKey(value, QString("")); }
 
     // Quitting and steering (RVProcessControl.cpp)
-    bool quitRunningApplicationWithTimeout(float timeout);
-    void quit();
+    // stop, when given, is asked before each request: once it answers yes, nothing more is
+    // sent (no force-quit after a cancel).
+    bool quitRunningApplicationWithTimeout(float timeout, const std::function<bool()>& stop = {});
+    void quit(const std::function<bool()>& stop = {});
     void sendAppleEventClassEventIDTimeout(RVOSType eventClass, RVOSType eventID, float timeout);
     void wakeUp();
     void setHidden(bool hidden);

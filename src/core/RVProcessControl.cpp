@@ -31,34 +31,38 @@ struct Phase
     const char* terminatedLine;
 };
 
-// One phase of quitting: a request about once a millisecond until the process has gone or
-// the time is up. Answers whether it went.
-std::optional<bool> runQuitPhase(RVProcess& process, const QString& name, float timeout,
-                                 const Phase& phase)
+enum class PhaseEnd { Gone, TimeUp, Stopped };
+
+// One phase of quitting: a request about once a millisecond until the process has gone, the
+// time is up, or the caller stops asking (then no further request is sent).
+PhaseEnd runQuitPhase(RVProcess& process, const QString& name, float timeout, const Phase& phase,
+                      const std::function<bool()>& stop)
 {
     RVClock& clock = RVPlatform::current().clock();
     const double start = clock.now();
     int attempts = 1;
     for (;;) {
         if (double(timeout) <= clock.now() - start)
-            return std::nullopt; // time is up; the caller goes on
+            return PhaseEnd::TimeUp;
+        if (stop && stop())
+            return PhaseEnd::Stopped;
         if (!(table().*phase.request)(process.serialNumber())) {
             RVLog(QString::fromLatin1(phase.stoppedLine), name, clock.now() - start, attempts);
-            return true;
+            return PhaseEnd::Gone;
         }
         clock.sleepMicroseconds(1000);
         const bool terminated = table().isTerminated(process.serialNumber());
         ++attempts;
         if (terminated) {
             RVLog(QString::fromLatin1(phase.terminatedLine), name, clock.now() - start, attempts - 1);
-            return true;
+            return PhaseEnd::Gone;
         }
     }
 }
 
 } // namespace
 
-bool RVProcess::quitRunningApplicationWithTimeout(float timeout)
+bool RVProcess::quitRunningApplicationWithTimeout(float timeout, const std::function<bool()>& stop)
 {
     const QString processName = name();
     const pid_t pid = unixPID();
@@ -73,21 +77,26 @@ bool RVProcess::quitRunningApplicationWithTimeout(float timeout)
     const Phase polite{&RVProcessTable::terminate,
                        "quit %@: process stopped after %1.3fs (%d attempts)",
                        "quit %@: terminated after %1.3fs (%d attempts)"};
-    if (runQuitPhase(*this, processName, timeout, polite))
-        return true;
     const Phase force{&RVProcessTable::forceTerminate,
                       "foce-quit %@: process stopped after %1.3fs (%d attempts)",
                       "force-quit %@: terminated after %1.3fs (%d attempts)"};
-    if (runQuitPhase(*this, processName, timeout, force))
-        return true;
+    for (const Phase* phase : {&polite, &force}) {
+        switch (runQuitPhase(*this, processName, timeout, *phase, stop)) {
+        case PhaseEnd::Gone: return true;
+        case PhaseEnd::TimeUp: break;
+        case PhaseEnd::Stopped:
+            RVLog(QStringLiteral("quit %@: given up, as the installer is quitting"), processName);
+            return false;
+        }
+    }
     RVLog(QStringLiteral("quitting %@ failed"), processName);
     return false;
 }
 
-void RVProcess::quit()
+void RVProcess::quit(const std::function<bool()>& stop)
 {
     const QString processName = name();
-    if (quitRunningApplicationWithTimeout(4.0f))
+    if (quitRunningApplicationWithTimeout(4.0f, stop) || (stop && stop()))
         return;
     // The quit request of the desktop: ask every window of the process to close.
     switch (windowSystem().closeProcessWindows(unixPID())) {

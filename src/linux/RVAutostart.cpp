@@ -2,6 +2,7 @@
 
 #include "RVBundle.h"
 #include "RVDesktopEntry.h"
+#include "RVFileRead.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,12 +15,10 @@ namespace {
 QMap<QString, QString> desktopGroup(const QString& path)
 {
     QMap<QString, QString> values;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return values;
+    const auto bytes = RVFileRead::regularFile(path, 1024 * 1024);
     bool inGroup = false;
-    while (!file.atEnd()) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+    for (const QByteArray& raw : bytes.data.value_or(QByteArray()).split('\n')) {
+        const QString line = QString::fromUtf8(raw).trimmed();
         if (line.startsWith(u'[')) {
             inGroup = line == u"[Desktop Entry]";
             continue;

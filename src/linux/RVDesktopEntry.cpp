@@ -1,7 +1,9 @@
 #include "RVDesktopEntry.h"
 
 #include "RVBundle.h"
+#include "RVFileRead.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -14,16 +16,29 @@
 #include <QStandardPaths>
 
 #include <cerrno>
+#include <optional>
 
 namespace {
 
 const QString kReserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
 const QString kApplicationIcon = QStringLiteral("application-x-executable");
 
-// The largest image the icon file holds, written as PNG.
-bool convertIcon(const QString& source, const QString& target)
+// Icon files of several resolutions are a few megabytes; anything far bigger is not one.
+constexpr qint64 kMaxIconSize = 64 * 1024 * 1024;
+constexpr qint64 kMaxEntrySize = 1024 * 1024;
+// What marks an entry or an icon as ours, with the bundle it stands for.
+const QString kMark = QStringLiteral("X-Velmora-Bundle");
+
+// The largest image the icon file holds, read without blocking on a FIFO or device.
+QImage largestIcon(const QString& source)
 {
-    QImageReader reader(source);
+    const auto bytes = RVFileRead::regularFile(source, kMaxIconSize);
+    if (!bytes.data)
+        return {};
+    QBuffer buffer;
+    buffer.setData(*bytes.data);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer, QFileInfo(source).suffix().toLatin1());
     QImage best;
     for (int i = 0; i < std::max(1, reader.imageCount()); ++i) {
         if (i > 0 && !reader.jumpToImage(i))
@@ -32,7 +47,46 @@ bool convertIcon(const QString& source, const QString& target)
         if (!image.isNull() && image.width() * image.height() > best.width() * best.height())
             best = image;
     }
-    return !best.isNull() && best.save(target, "PNG");
+    return best;
+}
+
+// The bundle path an entry or icon we wrote names; null for a file of someone else's (or
+// none, or one that cannot be read).
+std::optional<QString> markedBundle(const QString& path, bool isImage)
+{
+    const auto bytes = RVFileRead::regularFile(path, isImage ? kMaxIconSize : kMaxEntrySize);
+    if (!bytes.data)
+        return std::nullopt;
+    if (isImage) {
+        QBuffer buffer;
+        buffer.setData(*bytes.data);
+        buffer.open(QIODevice::ReadOnly);
+        QImageReader reader(&buffer, "png");
+        const QStringList keys = reader.textKeys();
+        return keys.contains(kMark) ? std::optional(reader.text(kMark)) : std::nullopt;
+    }
+    for (const QByteArray& line : bytes.data->split('\n')) {
+        if (line.startsWith(kMark.toLatin1() + '='))
+            return QString::fromUtf8(line.mid(kMark.size() + 1));
+    }
+    return std::nullopt;
+}
+
+// A file we may write at path: nothing is there, or ours for this bundle, or ours for a
+// bundle that is gone.
+bool isOursToWrite(const QString& path, const QString& bundlePath, bool isImage)
+{
+    if (!QFileInfo(path).exists() && !QFileInfo(path).isSymLink())
+        return true;
+    const auto bundle = markedBundle(path, isImage);
+    const QString written = isImage ? bundlePath : RVDesktopEntry::escapeString(bundlePath);
+    return bundle && (*bundle == written || !QFileInfo(*bundle).isDir());
+}
+
+bool writeAtomically(const QString& path, const QByteArray& data)
+{
+    QSaveFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit();
 }
 
 } // namespace
@@ -139,9 +193,23 @@ RVDesktopEntry::Registration RVDesktopEntry::registerBundle(const QString& bundl
     const QString icons = dataHome + QStringLiteral("/icons");
     QDir().mkpath(applications);
     QDir().mkpath(icons);
+    // A name whose entry and icon are free or ours: a user's own entry or icon of the same
+    // name is never replaced.
+    QString base = id;
+    for (int n = 2; !isOursToWrite(applications + u'/' + base + QStringLiteral(".desktop"), bundle->bundlePath(), false) ||
+                    !isOursToWrite(icons + u'/' + base + QStringLiteral(".png"), bundle->bundlePath(), true);
+         ++n)
+        base = id + QStringLiteral("-%1").arg(n);
     const QString iconSource = bundle->iconFilePath();
-    if (!iconSource.isEmpty() && convertIcon(iconSource, icons + u'/' + id + QStringLiteral(".png")))
-        result.iconPath = icons + u'/' + id + QStringLiteral(".png");
+    if (!iconSource.isEmpty()) {
+        QImage icon = largestIcon(iconSource);
+        icon.setText(kMark, bundle->bundlePath());
+        QByteArray png;
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        if (!icon.isNull() && icon.save(&buffer, "PNG") && writeAtomically(icons + u'/' + base + QStringLiteral(".png"), png))
+            result.iconPath = icons + u'/' + base + QStringLiteral(".png");
+    }
 
     QString entry = QStringLiteral("[Desktop Entry]\nType=Application\nVersion=1.0\n");
     entry += QStringLiteral("Name=") + escapeString(name) + u'\n';
@@ -151,10 +219,10 @@ RVDesktopEntry::Registration RVDesktopEntry::registerBundle(const QString& bundl
     entry += QStringLiteral("Icon=") + escapeString(result.iconPath.isEmpty() ? kApplicationIcon : result.iconPath) + u'\n';
     entry += QStringLiteral("StartupWMClass=") + escapeString(QFileInfo(executable).fileName()) + u'\n';
     entry += QStringLiteral("Categories=Utility;\nTerminal=false\n");
+    entry += kMark + u'=' + escapeString(bundle->bundlePath()) + u'\n';
 
-    result.entryPath = applications + u'/' + id + QStringLiteral(".desktop");
-    QSaveFile file(result.entryPath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(entry.toUtf8()) < 0 || !file.commit()) {
+    result.entryPath = applications + u'/' + base + QStringLiteral(".desktop");
+    if (!writeAtomically(result.entryPath, entry.toUtf8())) {
         result.status = EIO;
         return result;
     }

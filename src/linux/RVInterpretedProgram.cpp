@@ -1,5 +1,7 @@
 #include "RVInterpretedProgram.h"
 
+#include "RVFileRead.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -66,11 +68,10 @@ QString RVInterpretedProgram::programOf(const QStringList& arguments, const QStr
         if (arguments[i].startsWith(u'-'))
             continue;
         const QString script = absoluteIn(arguments[i], workingDirectory);
-        QFile file(script);
-        // Only a regular file is read: a pipe or a device named there could block or answer forever.
-        if (!QFileInfo(script).isFile() || !file.open(QIODevice::ReadOnly))
+        const auto head = RVFileRead::head(script, 512);
+        if (!head.data)
             return {};
-        const QString interpreter = interpreterOfScriptHead(file.read(512));
+        const QString interpreter = interpreterOfScriptHead(*head.data);
         return !interpreter.isEmpty() && runsAs(interpreter, executable) ? script : QString();
     }
     return {};

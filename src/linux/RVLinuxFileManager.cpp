@@ -200,7 +200,7 @@ QString RVLinuxFileManager::displayName(const QString& path)
 bool RVLinuxFileManager::isSameItem(const QString& a, const QString& b)
 {
     struct stat x {}, y {};
-    return ::stat(encoded(a).constData(), &x) == 0 && ::stat(encoded(b).constData(), &y) == 0 &&
+    return ::stat(encoded(a).constData(), &x) == 0 && ::lstat(encoded(b).constData(), &y) == 0 &&
            x.st_dev == y.st_dev && x.st_ino == y.st_ino;
 }
 

@@ -1,6 +1,7 @@
 #include "RVProcTable.h"
 
 #include "RVBundle.h"
+#include "RVFileRead.h"
 #include "RVInterpretedProgram.h"
 #include "RVResourceFork.h"
 
@@ -327,8 +328,7 @@ std::optional<RVProcessTable::ItemInfo> RVProcTable::itemInfo(const QString& pat
         info.isPackage = bundle && bundle->hasInfoDictionary();
         executable = bundle ? bundle->executablePath() : QString();
     }
-    QFile binary(executable);
-    info.isNativeApp = binary.open(QIODevice::ReadOnly) && binary.read(4) == QByteArray("\x7f" "ELF");
+    info.isNativeApp = RVFileRead::head(executable, 4).data == QByteArray("\x7f" "ELF");
     return info;
 }
 

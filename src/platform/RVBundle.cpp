@@ -2,6 +2,7 @@
 
 #include "RVPaths.h"
 
+#include "RVFileRead.h"
 #include "RVLog.h"
 #include "RVPlatform.h"
 #include "RVPropertyList.h"
@@ -84,14 +85,14 @@ QString RVBundle::enclosingAppFolder(const QString& path)
 void RVBundle::loadInfoDictionary()
 {
     const QString listPath = infoPlistPath(m_path, m_layout);
-    QFile file(listPath);
-    if (!file.exists())
+    if (!QFileInfo::exists(listPath))
         return; // a plain folder has no list; not worth a line
-    if (file.size() > kMaxInfoSize || !file.open(QIODevice::ReadOnly)) {
-        RVLog(QStringLiteral("cannot read property list %@"), listPath);
+    const RVFileRead::Result data = RVFileRead::regularFile(listPath, kMaxInfoSize);
+    if (!data.data) {
+        RVLog(QStringLiteral("cannot read property list %@: %@"), listPath, data.error);
         return;
     }
-    const RVPropertyList::Result result = RVPropertyList::fromData(file.readAll());
+    const RVPropertyList::Result result = RVPropertyList::fromData(*data.data);
     if (!result.value || result.value->typeId() != QMetaType::QVariantMap) {
         RVLog(QStringLiteral("malformed property list %@: %@"), listPath,
               result.value ? QStringLiteral("not a dictionary") : result.error);

@@ -48,7 +48,7 @@ public:
     virtual bool isWritable(const QString& path) = 0;
     // The name the file browser shows for path.
     virtual QString displayName(const QString& path) = 0;
-    // Same device and inode (both must exist).
+    // Same device and inode (both must exist); a link at b is itself, not what it names.
     virtual bool isSameItem(const QString& a, const QString& b) = 0;
     // Whether path opens for reading and writing (no creation, nothing written).
     virtual bool canOpenForReadingAndWriting(const QString& path) = 0;

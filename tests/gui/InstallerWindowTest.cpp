@@ -35,6 +35,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace {
 
 class WindowTest : public ::testing::Test
@@ -348,6 +350,9 @@ TEST_F(WindowTest, ImagesAreSharpAtTheScreensDensity)
         EXPECT_EQ(shown.toImage().pixelColor(shown.width() / 2, shown.height() / 2), QColor(Qt::darkCyan)) << name.toStdString();
     }
     EXPECT_FALSE(window.setIcon(tmp.write(QStringLiteral("broken.png"), "\x89PNG\r\n\x1a\nnot an image")));
+    // The product's icon file may be a FIFO: no image, and no hang.
+    ASSERT_EQ(::mkfifo(QFile::encodeName(tmp.file(QStringLiteral("fifo.png"))).constData(), 0644), 0);
+    EXPECT_FALSE(window.setIcon(tmp.file(QStringLiteral("fifo.png"))));
     std::printf("images drawn at device pixel ratio %.2f\n", ratio);
 }
 

@@ -1,6 +1,7 @@
 /*
  * A tiny application for tests, placed as Contents/MacOS/<exe> of a generated bundle.
  *   --ignore-term      ignore SIGTERM
+ *   --trap-term        catch SIGTERM, print "term" and go on running
  *   --zombie-child     fork a child (the same program, so also an application of the
  *                      bundle) that exits at once; never reap it; print its pid
  *   --window TITLE     open an X11 window that closes (and ends the program) on
@@ -77,6 +78,12 @@ static int run_window(const char* title)
     return 3;
 }
 
+static void on_term(int number)
+{
+    (void)number;
+    (void)!write(1, "term\n", 5);
+}
+
 static void spend_cpu(long ms)
 {
     const clock_t start = clock(); /* processor time of this process */
@@ -94,6 +101,8 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i) {
         if (!strcmp(argv[i], "--ignore-term"))
             signal(SIGTERM, SIG_IGN);
+        else if (!strcmp(argv[i], "--trap-term"))
+            signal(SIGTERM, on_term);
         else if (!strcmp(argv[i], "--zombie-child"))
             zombie = 1;
         else if (!strcmp(argv[i], "--window") && i + 1 < argc)

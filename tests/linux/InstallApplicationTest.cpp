@@ -167,7 +167,11 @@ TEST_F(InstallApplicationTest, RefusalsComeBeforeAnythingMoves)
         {"destination inside the source through a link", source, tmp.file(QStringLiteral("SourceLink/Contents/P.app")), {}},
         {"wrapper is its own target folder", source, tmp.file(QStringLiteral("src/Suite/Other.app")), tmp.file(QStringLiteral("src/Suite"))},
         {"wrapper's target folder holds the source", source, tmp.file(QStringLiteral("src/Product.app")), tmp.file(QStringLiteral("src/Suite"))},
+        {"destination in the home Trash", source, dataHome + QStringLiteral("/Trash/files/Product.app"), {}},
+        {"destination in a volume's Trash", source, tmp.file(QStringLiteral(".Trash-1000/files/Product.app")), {}},
+        {"destination reached through a link into the Trash", source, tmp.file(QStringLiteral("TrashLink/Product.app")), {}},
     };
+    QFile::link(tmp.mkdir(QStringLiteral("home/.local/share/Trash/files")), tmp.file(QStringLiteral("TrashLink")));
     tmp.mkdir(QStringLiteral("src/Suite/Product.app/Contents/Inner.app"));
     for (const Case& c : cases) {
         const auto before = snapshotTree(tmp.path());
@@ -282,18 +286,32 @@ TEST(Trash, ActsForAnotherUserWhoCanListTheItem)
 
 } // namespace
 
-// A link at the destination whose target is gone is nothing to the existence checks, yet
-// it is an item: the copy moves it to the Trash instead of failing over it.
-TEST_F(InstallApplicationTest, DanglingLinkAtTheDestinationIsReplaced)
+// A link at the destination is itself the item to replace, whatever it names (nothing, another
+// copy, the source itself): the link goes to the Trash, its target stays as it was, and the
+// product is copied in its place.
+TEST_F(InstallApplicationTest, LinkAtTheDestinationIsTrashedNeverItsTarget)
 {
     const QString source = makeProduct(QStringLiteral("src/Product.app"), "2");
+    const QString other = makeProduct(QStringLiteral("other/Product.app"), "1");
     const QString destination = tmp.mkdir(QStringLiteral("Applications")) + QStringLiteral("/Product.app");
-    ASSERT_TRUE(QFile::link(tmp.file(QStringLiteral("gone.app")), destination));
     RVFileManager& files = RVPlatform::current().fileManager();
-    EXPECT_FALSE(files.fileExists(destination));
-    EXPECT_TRUE(files.itemExists(destination));
+    for (const QString& target : {tmp.file(QStringLiteral("gone.app")), other, source}) {
+        const auto sourceBefore = snapshotTree(tmp.file(QStringLiteral("src")));
+        const auto otherBefore = snapshotTree(tmp.file(QStringLiteral("other")));
+        ASSERT_TRUE(QFile::link(target, destination));
+        EXPECT_TRUE(files.itemExists(destination));
 
-    ASSERT_EQ(InstallApplication(source, destination, QString()), InstallResultSuccess);
-    EXPECT_TRUE(versionAt(destination).contains(u'2'));
+        ASSERT_EQ(InstallApplication(source, destination, QString()), InstallResultSuccess) << target.toStdString();
+        EXPECT_FALSE(QFileInfo(destination).isSymLink()) << target.toStdString();
+        EXPECT_TRUE(versionAt(destination).contains(u'2')) << target.toStdString();
+        EXPECT_EQ(snapshotTree(tmp.file(QStringLiteral("src"))), sourceBefore);
+        EXPECT_EQ(snapshotTree(tmp.file(QStringLiteral("other"))), otherBefore);
+        const QDir trash(dataHome + QStringLiteral("/Trash/files"));
+        const QStringList trashed = trash.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+        EXPECT_TRUE(std::any_of(trashed.begin(), trashed.end(), [&](const QString& name) {
+            return QFileInfo(trash.filePath(name)).symLinkTarget() == target;
+        })) << "the link itself is in the Trash: " << target.toStdString();
+        ASSERT_TRUE(QDir(destination).removeRecursively());
+    }
     EXPECT_TRUE(trashCli(QStringLiteral("trash-list"), {}, dataHome).contains(destination));
 }

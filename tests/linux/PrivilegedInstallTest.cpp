@@ -10,6 +10,7 @@
 #include "TempDir.h"
 #include "TmpfsMount.h"
 #include "TestApps.h"
+#include "TreeSnapshot.h"
 
 #include <QImage>
 #include <QProcess>
@@ -186,6 +187,65 @@ TEST(DesktopEntry, RegisteredEntryValidatesAndCarriesAPngIcon)
     EXPECT_EQ(RVDesktopEntry::programOfExec(exec), app + QStringLiteral("/Contents/MacOS/Velmora Demo"));
     EXPECT_TRUE(text.contains(QStringLiteral("Icon=") + registration.iconPath));
     EXPECT_TRUE(text.contains(QStringLiteral("\nStartupWMClass=Velmora Demo\n"))) << text.toStdString();
+}
+
+// Our entries and icons carry the bundle they stand for: registering again replaces them, but
+// a file of the same name that we did not write (the user's own entry or icon of an
+// application with that identifier) stays as it is, and ours takes another name. An icon that
+// is a FIFO is read no further.
+TEST(DesktopEntry, NeverOverwritesAFileWeDidNotWrite)
+{
+    TempDir tmp;
+    const QString app = makeTestBundle(tmp.path(), {QStringLiteral("Clash"), QStringLiteral("clash"), QStringLiteral("CLSH"),
+                                                    QStringLiteral("com.example.clash")});
+    QImage icon(32, 32, QImage::Format_ARGB32);
+    icon.fill(Qt::darkRed);
+    icon.save(app + QStringLiteral("/Contents/Resources/clash.png"));
+    QFile info(app + QStringLiteral("/Contents/Info.plist"));
+    info.open(QIODevice::ReadOnly);
+    const QByteArray plist = info.readAll().replace("</dict>", "<key>CFBundleIconFile</key><string>clash</string></dict>");
+    info.close();
+    tmp.write(QStringLiteral("Clash.app/Contents/Info.plist"), plist);
+    const QByteArray mine = "[Desktop Entry]\nType=Application\nName=Mine\nExec=mine\n";
+    struct Case
+    {
+        const char* name;
+        bool userEntry, userIcon;
+        const char* base; // of our entry and icon
+    } cases[] = {
+        {"free", false, false, "com.example.clash"},
+        {"the user's entry", true, false, "com.example.clash-2"},
+        {"the user's icon", false, true, "com.example.clash-2"},
+        {"both", true, true, "com.example.clash-2"},
+    };
+    for (const Case& c : cases) {
+        const QString share = tmp.mkdir(QStringLiteral("share-") + QString::fromLatin1(c.name));
+        if (c.userEntry)
+            tmp.write(QStringLiteral("share-%1/applications/com.example.clash.desktop").arg(QString::fromLatin1(c.name)), mine);
+        if (c.userIcon)
+            tmp.write(QStringLiteral("share-%1/icons/com.example.clash.png").arg(QString::fromLatin1(c.name)), "mine");
+        const auto before = snapshotTree(share);
+        for (int round = 0; round < 2; ++round) { // the second replaces the first
+            const auto registration = RVDesktopEntry::registerBundle(app, share);
+            ASSERT_EQ(registration.status, 0) << c.name;
+            EXPECT_EQ(registration.entryPath, share + QStringLiteral("/applications/%1.desktop").arg(QString::fromLatin1(c.base))) << c.name;
+            EXPECT_EQ(registration.iconPath, share + QStringLiteral("/icons/%1.png").arg(QString::fromLatin1(c.base))) << c.name;
+        }
+        const auto after = snapshotTree(share);
+        for (auto it = before.cbegin(); it != before.cend(); ++it) {
+            if (it.value().contains(" size=")) { // the user's files; their folders gain ours
+                EXPECT_EQ(after.value(it.key()), it.value()) << c.name << " " << it.key().toStdString();
+            }
+        }
+        EXPECT_EQ(QDir(share + QStringLiteral("/applications")).entryList({QStringLiteral("*.desktop")}, QDir::Files).size(), c.userEntry ? 2 : 1) << c.name;
+    }
+
+    const QByteArray fifo = QFile::encodeName(app + QStringLiteral("/Contents/Resources/clash.png"));
+    ASSERT_EQ(::unlink(fifo.constData()), 0);
+    ASSERT_EQ(::mkfifo(fifo.constData(), 0644), 0);
+    const auto registration = RVDesktopEntry::registerBundle(app, tmp.file(QStringLiteral("share-fifo")));
+    EXPECT_EQ(registration.status, 0);
+    EXPECT_EQ(registration.iconPath, QString());
 }
 
 // What the desktop shows for an item without an icon of its own: never nothing, unless

@@ -1,9 +1,13 @@
+#include "ArgumentWords.h"
+#include "FakeInstallerView.h"
 #include "FakePlatform.h"
+#include "InstallerWinController.h"
 #include "RVLinuxClock.h"
 #include "RVProcTable.h"
 #include "RVProcess.h"
 #include "TempDir.h"
 #include "ResourceForkBuilder.h"
+#include "TestApplication.h"
 #include "TestApps.h"
 
 #include <QDateTime>
@@ -13,6 +17,7 @@
 #include <QThread>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -283,6 +288,76 @@ TEST_F(ProcTableTest, InterpretedProductsAreApplicationsOfTheirBundle)
         EXPECT_TRUE(process->quitRunningApplicationWithTimeout(4.0f)) << name;
         EXPECT_TRUE(running.waitForEnd(5000)) << name;
     }
+}
+
+// The unknown signature names no application: whatever codes a product brings ("????", an
+// empty one, a real one), unrelated applications with or without a signature are never
+// signalled, one whose Info.plist is a FIFO does not wedge the search, and a running copy of
+// the product is still found by its bundle.
+TEST_F(ProcTableTest, BystandersAreNeverSignalled)
+{
+    const QString source = makeTestBundle(tmp.mkdir(QStringLiteral("src")),
+                                          {QStringLiteral("Foo"), QStringLiteral("foo"), {}, QStringLiteral("com.example.bystanders.foo")});
+    const QString apps = tmp.mkdir(QStringLiteral("apps"));
+    std::vector<std::unique_ptr<RunningApp>> bystanders;
+    for (const TestBundle& bundle : {TestBundle{QStringLiteral("Editor"), QStringLiteral("editor")},
+                                     TestBundle{QStringLiteral("Tool"), QStringLiteral("tool"), QStringLiteral("TOOL")},
+                                     TestBundle{QStringLiteral("Trap"), QStringLiteral("trap")},
+                                     TestBundle{QStringLiteral("Piped"), QStringLiteral("piped")},
+                                     TestBundle{QStringLiteral("Huge"), QStringLiteral("huge")}}) {
+        bystanders.push_back(std::make_unique<RunningApp>(makeTestBundle(apps, bundle), bundle.executable,
+                                                          QStringList{QStringLiteral("--trap-term")}));
+        ASSERT_FALSE(bystanders.back()->waitForLine(QStringLiteral("ready")).isEmpty());
+    }
+    const QByteArray piped = QFile::encodeName(apps + QStringLiteral("/Piped.app/Contents/Info.plist"));
+    ASSERT_EQ(::unlink(piped.constData()), 0);
+    ASSERT_EQ(::mkfifo(piped.constData(), 0644), 0);
+    const QString huge = apps + QStringLiteral("/Huge.app/Contents/Info.plist");
+    ASSERT_TRUE(QFile::resize(huge, 64 * 1024 * 1024)); // sparse
+
+    for (const char* code : {"????", "", "FOOS"}) {
+        const QString copy = makeTestBundle(tmp.mkdir(QStringLiteral("Applications")),
+                                            {QStringLiteral("Foo"), QStringLiteral("foo"), {}, QStringLiteral("com.example.bystanders.foo")});
+        RunningApp running(copy, QStringLiteral("foo"));
+        ASSERT_FALSE(running.waitForLine(QStringLiteral("ready")).isEmpty());
+        InstallerWinController controller;
+        controller.setArguments(RVInstallerArguments::fromArgumentList(
+            {QStringLiteral("/prog"), QStringLiteral("-sourcePath"), source, QStringLiteral("-destinationPath"),
+             tmp.file(QStringLiteral("elsewhere/Foo.app")), QStringLiteral("-quitCode"), QString::fromLatin1(code)}));
+        controller.quitProcesses();
+        EXPECT_TRUE(running.waitForEnd(5000)) << code; // the copy, known by its identifier
+        EXPECT_EQ(controller.processToQuitStillRunning(), QString()) << code;
+    }
+    QThread::msleep(100);
+    for (auto& bystander : bystanders) {
+        EXPECT_EQ(bystander->process().state(), QProcess::Running);
+        EXPECT_EQ(bystander->waitForLine(QStringLiteral("term"), 10), QString()) << "SIGTERM reached a bystander";
+    }
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("cannot read property list %1: not a regular file").arg(QFile::decodeName(piped))));
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("cannot read property list %1: larger than 8388608 bytes").arg(huge)));
+}
+
+// Closing the window while a copy that ignores SIGTERM is being asked to quit: nothing more
+// is sent, above all no SIGKILL once the polite phase is over.
+TEST_F(ProcTableTest, CancelDuringTheQuitPhaseSendsNoKill)
+{
+    TestApplication application;
+    const QString copy = makeTestBundle(tmp.mkdir(QStringLiteral("Applications")),
+                                        {QStringLiteral("Stays"), QStringLiteral("stays"), QStringLiteral("STAY")});
+    RunningApp running(copy, QStringLiteral("stays"), {QStringLiteral("--ignore-term")});
+    ASSERT_FALSE(running.waitForLine(QStringLiteral("ready")).isEmpty());
+    FakeInstallerView view;
+    view.page = 1;
+    InstallerWinController controller;
+    controller.setView(&view);
+    controller.setArguments(argumentsFromWords({"-sourcePath", "/nonexistent/Stays.app", "-productName", "Stays",
+                                                "-destinationPath", "/nonexistent/Applications/Stays.app", "-quitCode", "STAY"}));
+    controller.install();
+    EXPECT_TRUE(turnLoopUntil([&] { return log.lines().contains(QStringLiteral("Quitting 'STAY': Stays")); }));
+    controller.terminate();
+    EXPECT_TRUE(turnLoopUntil([&] { return !controller.isWorking(); }, 2000)); // well before the 4 s polite phase ends
+    EXPECT_FALSE(running.waitForEnd(5000)); // longer than both phases: no SIGKILL came
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("quit Stays: given up, as the installer is quitting")));
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 #include "InstallerWinController.h"
 #include "RVInstallerInterface.h"
 #include "RVProcess.h"
+#include "TempDir.h"
+#include "TestApps.h"
 
 #include <QRegularExpression>
 
@@ -18,6 +20,7 @@ protected:
 
     void setArguments(std::initializer_list<const char*> words) { controller.setArguments(argumentsFromWords(words)); }
 
+    TempDir tmp;
     FakePlatform platform;
     FakeFileManager& files = *platform.fileManager;
     LogCapture log;
@@ -112,33 +115,73 @@ TEST_F(DestinationTest, ApplicationsDirectoryPrefersTheWritableFolder)
                                                   QStringLiteral("User applicationsDirectory: /home/u/Applications")}));
 }
 
-TEST_F(DestinationTest, LoginItemWinsOverARunningCopyUnlessItIsInTheTrash)
+// A login item or a running application becomes the destination only when it is a copy of
+// the product: the same identifier, or without one the same executable. Look-alikes ("Product
+// Sync" for "Product", an impostor with the product's code) are passed over with a line.
+TEST_F(DestinationTest, LoginItemWinsOverARunningCopyUnlessItIsInTheTrashOrNoCopy)
 {
+    const QString source = makeTestBundle(tmp.mkdir(QStringLiteral("src")),
+                                          {QStringLiteral("Product"), QStringLiteral("product"), QStringLiteral("PROD"),
+                                           QStringLiteral("com.example.product")});
+    const QString loginCopy = makeTestBundle(tmp.mkdir(QStringLiteral("login")),
+                                             {QStringLiteral("Product"), QStringLiteral("product"), {}, QStringLiteral("com.example.product")});
+    const QString lookAlike = makeTestBundle(tmp.file(QStringLiteral("login")),
+                                             {QStringLiteral("Product Sync"), QStringLiteral("product"), QStringLiteral("PROD"),
+                                              QStringLiteral("com.example.sync")});
+    const QString trashed = makeTestBundle(tmp.mkdir(QStringLiteral("home/.Trash")),
+                                           {QStringLiteral("Product"), QStringLiteral("product"), {}, QStringLiteral("com.example.product")});
+    const QVariantMap productInfo{{QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.product")}};
     FakeProcessTable& table = *platform.processTable;
     table.add(1, QStringLiteral("Installer"), "PROD").location = QStringLiteral("/Volumes/P/Product.app");
     table.current = 1;
+    table.add(4, QStringLiteral("Impostor"), "PROD").location = QStringLiteral("/opt/Impostor.app");
+    table.processes[4].info = {{QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.impostor")}};
     table.add(5, QStringLiteral("Product"), "PROD").location = QStringLiteral("/Users/kol/build/Product.app");
+    table.processes[5].info = productInfo;
     table.add(6, QStringLiteral("Product"), "PROD").location = QStringLiteral("/opt/Product.app");
+    table.processes[6].info = productInfo;
     table.add(7, QStringLiteral("Helper"), "HELP").location = QStringLiteral("/opt/Helper.app");
-    setArguments({"-productCode", "PROD", "HELP"});
+    table.processes[7].info = {{QStringLiteral("CFBundleExecutable"), QStringLiteral("product")}}; // no identifier
+    const auto setCodes = [&](const QStringList& codes) {
+        QStringList words{QStringLiteral("/prog"), QStringLiteral("-sourcePath"), source};
+        if (!codes.isEmpty())
+            words << QStringLiteral("-productCode") << codes;
+        controller.setArguments(RVInstallerArguments::fromArgumentList(words));
+    };
+    setCodes({QStringLiteral("PROD"), QStringLiteral("HELP")});
 
-    platform.workspace->login = {QStringLiteral("/home/u/.Trash/Product.app"), QStringLiteral("/opt/Other.app")};
-    EXPECT_EQ(controller.findPreferredDestinationFor(QStringLiteral("Product")), QStringLiteral("/opt/Product.app"));
-    EXPECT_EQ(log.lines().last(), QStringLiteral("autolaunch = /home/u/.Trash/Product.app"));
+    struct Case
+    {
+        QStringList loginItems;
+        QString expected;
+        QString line; // the last line logged
+    } cases[] = {
+        {{trashed, QStringLiteral("/opt/Other.app")}, QStringLiteral("/opt/Product.app"), QStringLiteral("autolaunch = ") + trashed},
+        {{lookAlike, loginCopy}, loginCopy, QStringLiteral("autolaunch = ") + loginCopy},
+        {{lookAlike}, QStringLiteral("/opt/Product.app"), QStringLiteral("autolaunch = (null)")},
+        {{}, QStringLiteral("/opt/Product.app"), QStringLiteral("autolaunch = (null)")},
+    };
+    for (const Case& c : cases) {
+        platform.workspace->login = c.loginItems;
+        const qsizetype seen = log.lines().size();
+        EXPECT_EQ(controller.findPreferredDestinationFor(QStringLiteral("Product")), c.expected) << c.loginItems.join(u' ').toStdString();
+        EXPECT_TRUE(log.lines().mid(seen).contains(c.line)) << c.line.toStdString();
+    }
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("login item %1 is no copy of Product; passed over").arg(lookAlike)));
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("running application /opt/Impostor.app is no copy of the product; passed over")));
+    platform.workspace->login = {loginCopy};
+    EXPECT_EQ(controller.autoLaunchPathFor(QString()), QString()); // an empty name matches nothing
 
-    platform.workspace->login = {QStringLiteral("/x/Product Helper.app")};
-    EXPECT_EQ(controller.findPreferredDestinationFor(QStringLiteral("Product")), QStringLiteral("/x/Product Helper.app"));
-    platform.workspace->login.clear();
-    EXPECT_EQ(controller.autoLaunchPathFor(QStringLiteral("Product")), QString());
-    controller.findPreferredDestinationFor(QStringLiteral("Product"));
-    EXPECT_EQ(log.lines().last(), QStringLiteral("autolaunch = (null)"));
-
-    // The second pass looks at every product code.
+    // The second pass looks at every product code; a copy without identifier is known by its executable.
     table.processes[6].running = false;
     EXPECT_EQ(controller.pathToProcessToReplace(), QStringLiteral("/opt/Helper.app"));
-    setArguments({"-productCode", "PROD"});
+    setCodes({QStringLiteral("PROD")});
     EXPECT_EQ(controller.pathToProcessToReplace(), QString()); // one code: one pass only
-    setArguments({});
+    setCodes({});
+    EXPECT_EQ(controller.pathToProcessToReplace(), QString());
+    // The unknown signature finds no running copy, however many applications carry it.
+    table.add(8, QStringLiteral("Product"), "????").info = productInfo;
+    setCodes({QStringLiteral("????")});
     EXPECT_EQ(controller.pathToProcessToReplace(), QString());
 }
 
@@ -153,35 +196,48 @@ TEST_F(DestinationTest, LocalizedPathShowsHomeAsTildeAndBundlesWithoutSuffix)
     EXPECT_EQ(controller.localizedPath(QStringLiteral("/home/annabel/x")), QStringLiteral("/home/annabel/x"));
 }
 
+// Only applications a code really names are asked to quit, plus running copies of the
+// product known by their bundle: "????" and codes that do not convert (0) name nobody.
 TEST_F(DestinationTest, QuittingAsksEveryListedProcessButTheOwn)
 {
+    const QString source = makeTestBundle(tmp.mkdir(QStringLiteral("src")),
+                                          {QStringLiteral("Product"), QStringLiteral("product"), {}, QStringLiteral("com.example.product")});
     FakeProcessTable& table = *platform.processTable;
     table.add(1, QStringLiteral("Installer"), "PROD");
     table.current = 1;
     table.add(3, QStringLiteral("Copy A"), "PROD").politeRequestsToEnd = -1;
     table.processes[3].forceRequestsToEnd = -1;
     platform.windowSystem->closeResult = RVWindowSystem::CloseResult::NoWindow;
-    table.add(4, QStringLiteral("Copy B"), "????");
+    table.add(4, QStringLiteral("Editor"), "????");
     table.add(5, QStringLiteral("Other"), "OTHR");
-    setArguments({"-quitCode", "PROD", "PROD", "????", "bad"});
+    table.add(6, QStringLiteral("Unreadable"), "????").signature = 0;
+    table.add(7, QStringLiteral("Copy C"), "????").info = {{QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.product")}};
+    table.add(8, QStringLiteral("Copy D"), "????").location = QStringLiteral("/Applications/Product.app");
+    controller.setArguments(RVInstallerArguments::fromArgumentList(
+        {QStringLiteral("/prog"), QStringLiteral("-sourcePath"), source, QStringLiteral("-destinationPath"),
+         QStringLiteral("/Applications/Product.app"), QStringLiteral("-quitCode"), QStringLiteral("PROD"), QStringLiteral("PROD"),
+         QStringLiteral("????"), QStringLiteral("bad")}));
 
     EXPECT_EQ(controller.processToQuitStillRunning(), QStringLiteral("Copy A"));
     const double start = platform.clock->time;
     controller.quitProcesses();
-    EXPECT_EQ(table.processes[4].politeRequests, 1);
-    EXPECT_EQ(table.processes[5].politeRequests, 0);
-    EXPECT_FALSE(table.processes[1].politeRequests);
+    for (pid_t bystander : {1, 4, 5, 6})
+        EXPECT_EQ(table.processes[bystander].politeRequests + table.processes[bystander].forceRequests, 0) << bystander;
+    EXPECT_EQ(table.processes[7].politeRequests, 1);
+    EXPECT_EQ(table.processes[8].politeRequests, 1);
     const QStringList lines = log.lines();
     EXPECT_TRUE(lines.contains(QStringLiteral("Still running 'PROD': Copy A")));
     EXPECT_TRUE(lines.contains(QStringLiteral("Quitting 'PROD': Copy A")));
-    EXPECT_TRUE(lines.contains(QStringLiteral("Quitting '?\?\?\?': Copy B")));
-    EXPECT_FALSE(lines.contains(QStringLiteral("Quitting 'PROD': Installer")));
+    EXPECT_TRUE(lines.contains(QStringLiteral("Quitting '?\?\?\?': Copy C")));
+    EXPECT_FALSE(lines.contains(QStringLiteral("Quitting '?\?\?\?': Editor")));
     // Copy A resists for 2 x 4 s; each process is followed by a 100 ms pause.
-    EXPECT_NEAR(platform.clock->time - start, 8.2, 0.05);
+    EXPECT_NEAR(platform.clock->time - start, 8.3, 0.05);
     EXPECT_EQ(controller.processToQuitStillRunning(), QStringLiteral("Copy A"));
 
-    const QStringList list{QStringLiteral("ABC"), QStringLiteral("WXYZ")};
-    EXPECT_TRUE(InstallerWinController::signatureIsInArray(0, &list)); // "ABC" does not convert: 0
+    const QStringList list{QStringLiteral("ABC"), QStringLiteral("WXYZ"), QStringLiteral("????")};
+    EXPECT_FALSE(InstallerWinController::signatureIsInArray(0, &list)); // "ABC" does not convert: 0, which names nothing
+    EXPECT_FALSE(InstallerWinController::signatureIsInArray(RVFourCC("????"), &list));
+    EXPECT_TRUE(InstallerWinController::signatureIsInArray(RVFourCC("WXYZ"), &list));
     EXPECT_FALSE(InstallerWinController::signatureIsInArray(RVFourCC("ABCD"), nullptr));
     setArguments({});
     EXPECT_EQ(controller.processToQuitStillRunning(), QString());

@@ -10,6 +10,8 @@
 #include <QCoreApplication>
 #include <QSignalSpy>
 
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -153,6 +155,42 @@ TEST_F(StartupTest, SetupErrorsEndStartUpOnTheFinalPage)
     EXPECT_TRUE(log.lines().contains(QStringLiteral("shortened path = /")));
 }
 
+// An empty product name would begin every login item's name; an Info.plist that is a FIFO
+// or far too big is read no further (no hang), and says why.
+TEST_F(StartupTest, EmptyNameAndUnreadableInfoPlistAreSetupErrors)
+{
+    const QString info = product + QStringLiteral("/Contents/Info.plist");
+    const QString fifo = tmp.mkdir(QStringLiteral("Fifo.app/Contents")) + QStringLiteral("/Info.plist");
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+    const QString big = tmp.mkdir(QStringLiteral("Big.app/Contents")) + QStringLiteral("/Info.plist");
+    ASSERT_TRUE(QFile(big).open(QIODevice::WriteOnly) && QFile::resize(big, 9 * 1024 * 1024)); // sparse
+    struct Case
+    {
+        QStringList words;
+        QString error, line;
+    } cases[] = {
+        {{QStringLiteral("-sourcePath"), product, QStringLiteral("-productName"), QString()}, QStringLiteral("missing program name"), {}},
+        {{QStringLiteral("-sourcePath"), tmp.file(QStringLiteral("Fifo.app"))}, QStringLiteral("missing product signature"),
+         QStringLiteral("cannot read property list %1: not a regular file").arg(fifo)},
+        {{QStringLiteral("-sourcePath"), tmp.file(QStringLiteral("Big.app"))}, QStringLiteral("missing product signature"),
+         QStringLiteral("cannot read property list %1: larger than 8388608 bytes").arg(big)},
+    };
+    for (const Case& c : cases) {
+        FakeInstallerView other;
+        InstallerWinController session;
+        session.setView(&other);
+        platform.facts->arguments = QStringList{platform.facts->executable} + c.words;
+        const qsizetype seen = log.lines().size();
+        session.awakeFromNib();
+        EXPECT_TRUE(session.finished()) << c.error.toStdString();
+        EXPECT_EQ(other.texts[Field::Intro], c.error);
+        if (!c.line.isEmpty()) {
+            EXPECT_TRUE(log.lines().mid(seen).contains(c.line)) << c.line.toStdString();
+        }
+    }
+    EXPECT_TRUE(QFile::exists(info));
+}
+
 TEST_F(StartupTest, MissingSignatureKeepsTheTitleAndTheDestination)
 {
     writeInfo("{ CFBundleShortVersionString = \"2.1\"; }");
@@ -204,6 +242,18 @@ TEST_F(StartupTest, ProductCodesWithoutQuitCodesBecomeTheQuitList)
     const QStringList codes{QStringLiteral("PRO1"), QStringLiteral("PRO2")};
     EXPECT_EQ(controller.arguments()->list(RVInstallerKeyProductCode), codes);
     EXPECT_EQ(controller.arguments()->list(RVInstallerKeyQuitCode), codes);
+
+    // Codes that name no application stay product codes but leave the quit list, with a line each.
+    InstallerWinController other;
+    other.setView(&view);
+    platform.facts->arguments = QStringList{platform.facts->executable, QStringLiteral("-sourcePath"), product,
+                                            QStringLiteral("-quitCode"), QStringLiteral("QUIT"), QStringLiteral("-quitCode"),
+                                            QStringLiteral(""), QStringLiteral("-productCode"), QStringLiteral("????")};
+    other.awakeFromNib();
+    EXPECT_EQ(other.arguments()->list(RVInstallerKeyProductCode), QStringList{QStringLiteral("????")});
+    EXPECT_EQ(other.arguments()->list(RVInstallerKeyQuitCode), QStringList{QStringLiteral("QUIT")});
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("quit code '' names no application; left out")));
+    EXPECT_TRUE(log.lines().contains(QStringLiteral("quit code '?\?\?\?' names no application; left out")));
 }
 
 TEST_F(StartupTest, WrapperOutsideTheSourceFolderAndMissingFilesAreDropped)

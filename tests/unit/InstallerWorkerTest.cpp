@@ -288,6 +288,10 @@ TEST_F(WorkerTest, QuittingBetweenQuitAttemptsStopsAtOnceWithoutCopying)
     EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }));
     EXPECT_FALSE(files.existing.contains(QStringLiteral("/Applications/Product.app")));
     EXPECT_EQ(log.lines().count(QStringLiteral("Quitting 'PROD': Product")), 1); // no further attempt
+    // Nothing after the cancel: no further SIGTERM, above all no SIGKILL, no window closed.
+    EXPECT_EQ(platform.processTable->processes[7].politeRequests, 1);
+    EXPECT_EQ(platform.processTable->processes[7].forceRequests, 0);
+    EXPECT_FALSE(platform.windowSystem->calls.contains(QStringLiteral("close 7")));
 }
 
 // The session object may go (main returns) while a worker still reads its arguments: it
