@@ -43,6 +43,14 @@ public:
         existing.insert(target);
         return true;
     }
+    QString exchangeIntoPlace(const QString& staged, const QString& target) override
+    {
+        if (!existing.contains(target) || !existing.remove(staged))
+            return {};
+        existing.insert(target + QStringLiteral(".previous"));
+        return target + QStringLiteral(".previous");
+    }
+    bool putBackExchanged(const QString& previous, const QString&) override { return existing.remove(previous); }
     void discardStaged(const QString& staged) override { existing.remove(staged); }
     void removeAbandonedStaging(const QString&) override {}
     std::shared_ptr<void> lockFolder(const QString& folder) override { return std::make_shared<QString>(folder); }
@@ -82,10 +90,10 @@ public:
         calls << QStringLiteral("recycle %1 %2").arg(folder, names.join(u','));
         return recycleSucceeds;
     }
-    bool putBackRecycled(const QString& path) override
+    bool recycleReplaced(const QString& path, const QString& originalPath) override
     {
-        calls << QStringLiteral("put back ") + path;
-        return true;
+        calls << QStringLiteral("recycle %1 as %2").arg(path, originalPath);
+        return recycleSucceeds;
     }
     void noteFileSystemChanged(const QString& path) override { calls << QStringLiteral("changed ") + path; }
     QString iconForFile(const QString& path) override
