@@ -160,19 +160,6 @@ void RVLinuxFileManager::discardStaged(const QString& staged)
     m_staging.erase(found);
 }
 
-bool RVLinuxFileManager::copyItem(const QString& source, const QString& target)
-{
-    if (itemExists(target))
-        return false;
-    const QString staged = stageCopy(source, target);
-    if (staged.isNull())
-        return false;
-    if (moveIntoPlace(staged, target))
-        return true;
-    discardStaged(staged);
-    return false;
-}
-
 void RVLinuxFileManager::removeAbandonedStaging(const QString& folder)
 {
     const QString standardized = RVPaths::standardizedPath(folder);

@@ -19,7 +19,6 @@ public:
     bool itemExists(const QString& path) override;
     std::optional<QStringList> contentsOfDirectory(const QString& path) override;
     bool removeItem(const QString& path) override;
-    bool copyItem(const QString& source, const QString& target) override;
     QString stageCopy(const QString& source, const QString& target) override;
     bool moveIntoPlace(const QString& staged, const QString& target) override;
     QString exchangeIntoPlace(const QString& staged, const QString& target) override;

@@ -108,7 +108,7 @@ RVFd makeStagingFolder(int folder, const QByteArray& name, const QByteArray& tar
 void removeStagingFolder(int folder, const QByteArray& name)
 {
     const RVFd staging(::openat(folder, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!staging.valid())
+    if (!staging.valid() || markedTargetName(staging.get()).isNull())
         return;
     RVRemoveTree(staging.get(), kNew);
     // A previous copy still here is the user's: the mark stays, so the sweep trashes it.
@@ -135,8 +135,14 @@ void removeAbandoned(int folder, const TrashPrevious& trash)
             continue;
         const QByteArray targetName = markedTargetName(staging.get());
         if (targetName.isNull()) {
-            // Ours from a kill between making the folder and marking it: empty, so
-            // nothing is lost; anything else of this name is not ours and stays.
+            // Ours from a kill between making the folder and marking it: empty but for a
+            // mark not yet written, so nothing is lost; anything else stays.
+            struct stat mark {};
+            const auto names = RVNamesIn(staging.get());
+            if (names && names->size() == 1 && names->front() == kMark &&
+                ::fstatat(staging.get(), kMark, &mark, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(mark.st_mode) &&
+                mark.st_size == 0 && mark.st_uid == ::geteuid())
+                ::unlinkat(staging.get(), kMark, 0);
             ::unlinkat(folder, name.c_str(), AT_REMOVEDIR);
             continue;
         }

@@ -21,12 +21,8 @@ public:
     virtual std::optional<QStringList> contentsOfDirectory(const QString& path) = 0;
     // Deletes for good, a folder with its contents; never follows a link. Not atomic.
     virtual bool removeItem(const QString& path) = 0;
-    // Copies like cp -a (links stay links; modes, times, owners where allowed and extended
-    // attributes kept). Precondition: nothing at target; missing folders above it are made
-    // (0755). Atomic for the target: the copy is built beside it and renamed into place, so
-    // target never holds a partial copy.
-    virtual bool copyItem(const QString& source, const QString& target) = 0;
-    // Builds a complete copy of source, as copyItem does, in a hidden staging folder beside
+    // Builds a complete copy of source like cp -a (links stay links; modes, times, owners
+    // where allowed and extended attributes kept) in a hidden staging folder beside
     // target that says which installer made it, and answers the copy's path; null on
     // failure, and then nothing is left. Missing folders above target are made (0755).
     virtual QString stageCopy(const QString& source, const QString& target) = 0;

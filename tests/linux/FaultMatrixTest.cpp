@@ -115,14 +115,19 @@ protected:
 
     QString trashFolder() const { return user.home + QStringLiteral("/.local/share/Trash"); }
 
-    // The names in the user's Trash whose item is, owners aside, the given tree.
-    QStringList trashedCopiesOf(const QMap<QString, QByteArray>& tree) const
+    // The names in the user's Trash (the home's, or the volume's of volume) whose item is,
+    // owners aside, the given tree.
+    QStringList trashedCopiesOf(const QMap<QString, QByteArray>& tree, const QString& volume = QString()) const
     {
-        QStringList found;
-        const QString files = trashFolder() + QStringLiteral("/files");
-        for (const QString& name : QDir(files).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
-            if (withoutOwners(snapshotTree(files + u'/' + name)) == withoutOwners(tree))
-                found << name;
+        QStringList found, trashes{trashFolder()};
+        if (!volume.isEmpty())
+            trashes << volume + QStringLiteral("/.Trash-%1").arg(user.uid);
+        for (const QString& trash : trashes) {
+            const QString files = trash + QStringLiteral("/files");
+            for (const QString& name : QDir(files).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
+                if (withoutOwners(snapshotTree(files + u'/' + name)) == withoutOwners(tree))
+                    found << name;
+            }
         }
         return found;
     }
@@ -332,9 +337,9 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
                 outcome = "new copy";
             else
                 ADD_FAILURE() << where << ": destination neither previous nor new copy", outcome = "DAMAGED";
-            const QString folder = QFileInfo(destination).path();
-            for (const QString& staging : stagingIn(folder)) {
-                if (QFile::exists(folder + u'/' + staging + QStringLiteral("/previous")))
+            const QString productFolder = QFileInfo(destination).path();
+            for (const QString& staging : stagingIn(productFolder)) {
+                if (QFile::exists(productFolder + u'/' + staging + QStringLiteral("/previous")))
                     outcome += ", previous copy left for the next run";
             }
             outcome += " (exit " + std::to_string(code) + ")";
@@ -355,7 +360,7 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
             const auto [again, unused] = install(run, privileged, std::nullopt, {});
             EXPECT_EQ(again, 0) << where << ": the next run";
             EXPECT_EQ(withoutOwners(snapshotTree(run.destination)), withoutOwners(*run.product)) << where;
-            const bool previousInTrash = !trashedCopiesOf(*run.previous).isEmpty();
+            const bool previousInTrash = !trashedCopiesOf(*run.previous, run.apps).isEmpty();
             EXPECT_TRUE(previousInTrash || snapshotTree(moved + QStringLiteral("/Product.app")) == *run.previous)
                 << where << ": the previous copy is neither in the Trash nor where the folder went";
             EXPECT_EQ(describeItem((QFile::exists(moved) ? moved : suite) + QStringLiteral("/Notes.txt")), run.notes) << where;

@@ -134,8 +134,9 @@ protected:
         const auto after = snapshotTree(scratch.root());
         for (const QString& key : before.keys() + after.keys()) {
             // The user's file is never touched, even in the product's folder.
-            if (key.contains(QStringLiteral("Projects/")))
+            if (key.contains(QStringLiteral("Projects/"))) {
                 EXPECT_EQ(before.value(key), after.value(key)) << key.toStdString() << " changed with " << words.join(u' ').toStdString();
+            }
             if (key.startsWith(touched + u'/') || key == touched || key.startsWith(QStringLiteral("home/")) ||
                 key == u"Applications" || key == u".")
                 continue;
@@ -180,9 +181,9 @@ TEST_F(PathForms, EveryFormOfThePathsGivesTheCanonicalOutcome)
                             << outcome.destination.toStdString() << " from " << words.join(u' ').toStdString();
                         // The previous copy, never a copy of the new one, is in the Trash, with
                         // the wrapper's replaced item.
-                        EXPECT_EQ(outcome.trash, withWrapper ? QStringList{QStringLiteral("Acme Tool.app"), QStringLiteral("Read Me.txt")}
-                                                             : QStringList{QStringLiteral("Acme Tool.app")})
-                            << words.join(u' ').toStdString();
+                        const QStringList trashed = withWrapper ? QStringList{QStringLiteral("Acme Tool.app"), QStringLiteral("Read Me.txt")}
+                                                                : QStringList{QStringLiteral("Acme Tool.app")};
+                        EXPECT_EQ(outcome.trash, trashed) << words.join(u' ').toStdString();
                         EXPECT_TRUE(outcome.trashedVersion.contains(QStringLiteral("\"1\""))) << words.join(u' ').toStdString();
                         Outcome comparable = outcome;
                         comparable.destination = outcome.destination.mid(scratch.root().size());

@@ -502,8 +502,9 @@ TEST_F(HostileTrain, RefusesWhatItMustNotTrustAndExposesNothing)
                 continue;
             EXPECT_EQ(before.value(key), after.value(key)) << c.name << ": " << key.toStdString();
         }
-        if (c.exit != 0)
+        if (c.exit != 0) {
             EXPECT_EQ(snapshotTree(home), homeBefore) << c.name;
+        }
         if (c.check)
             c.check(arguments);
     }

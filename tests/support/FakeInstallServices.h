@@ -23,13 +23,6 @@ public:
     bool itemExists(const QString& path) override { return existing.contains(path); }
     std::optional<QStringList> contentsOfDirectory(const QString&) override { return std::nullopt; }
     bool removeItem(const QString& path) override { return existing.remove(path); }
-    bool copyItem(const QString&, const QString& target) override
-    {
-        if (existing.contains(target))
-            return false;
-        existing.insert(target);
-        return true;
-    }
     QString stageCopy(const QString&, const QString& target) override
     {
         const QString staged = target + QStringLiteral(".staged");
