@@ -81,10 +81,13 @@ int main(int argc, char* argv[])
     if (refusal.isNull()) {
         const struct passwd* entry = ::getpwuid(user);
         const QString home = entry ? QDir::cleanPath(QFile::decodeName(entry->pw_dir)) : QString();
-        refusal = RVTrainChecks::refusalOfDestination(
-            source, destination,
-            {workspace->localApplicationsDirectory(), home.isEmpty() ? QString() : home + QStringLiteral("/Applications")},
-            home);
+        QStringList applications{workspace->localApplicationsDirectory(),
+                                 home.isEmpty() ? QString() : home + QStringLiteral("/Applications")};
+        // Started by root itself, not through pkexec (whose environment is its own), root's
+        // environment may name the applications folder, as it does for the installer.
+        if (qgetenv("PKEXEC_UID").isNull())
+            applications << QDir::cleanPath(qEnvironmentVariable("VELMORA_APPLICATIONS_DIR"));
+        refusal = RVTrainChecks::refusalOfDestination(source, destination, applications, home);
     }
     if (!refusal.isNull()) {
         RVLog(QStringLiteral("refusing: %@"), refusal);
