@@ -43,8 +43,8 @@ private:
         QByteArray name;
     };
     std::optional<Staging> stagingOf(const QString& item);
-    // The target's folder: the staging folder's own when the target is beside it (right
-    // even if that folder was moved meanwhile), else opened anew.
+    // The target's folder: the one the staging folder was made in when the target is
+    // beside it (right even if that folder was moved meanwhile), else opened anew.
     RVSafePath::Parent targetBeside(const Staging& staging, const QString& item, const QString& target);
     RVCopyOwner m_owner;
     std::mutex m_stagingMutex;
