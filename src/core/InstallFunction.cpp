@@ -84,10 +84,46 @@ bool refusesToInstall(const Paths& paths)
     return false;
 }
 
-int installWrapperItems(const QString& wrapper, const QString& targetFolder)
+// Puts a staged copy at target. An item already there leaves in the same step and goes to
+// the Trash from where the exchange put it, recorded under target; when the Trash refuses
+// it, it is put back and the copy discarded. Answers whether the copy is in place, and in
+// trashFailed whether the Trash refused.
+bool placeStaged(const QString& staged, const QString& target, bool* trashFailed)
+{
+    *trashFailed = false;
+    if (!files().itemExists(target)) {
+        if (files().moveIntoPlace(staged, target))
+            return true;
+        files().discardStaged(staged);
+        return false;
+    }
+    const QString previous = files().exchangeIntoPlace(staged, target);
+    if (previous.isNull()) {
+        files().discardStaged(staged);
+        return false;
+    }
+    if (!workspace().recycleReplaced(previous, target)) {
+        *trashFailed = true;
+        if (!files().putBackExchanged(previous, target))
+            RVLog(QStringLiteral("ERROR -- Could not put the previous copy back at %@"), target);
+        files().discardStaged(staged);
+        return false;
+    }
+    files().discardStaged(staged);
+    return true;
+}
+
+// The wrapper's items beside the product. An item of the product's own name is left to
+// the product's step, so that the previous copy, not the wrapper's, goes to the Trash.
+int installWrapperItems(const QString& wrapper, const QString& targetFolder, const QString& productName)
 {
     if (!files().itemExists(targetFolder)) {
-        if (!files().copyItem(wrapper, targetFolder)) {
+        const QString staged = files().stageCopy(wrapper, targetFolder);
+        if (!staged.isNull())
+            files().removeItem(stringByAppendingPathComponent(staged, productName)); // our own copy's
+        if (staged.isNull() || !files().moveIntoPlace(staged, targetFolder)) {
+            if (!staged.isNull())
+                files().discardStaged(staged);
             RVLog(QStringLiteral("ERROR -- Could not copy wrapper to %@"), targetFolder);
             return InstallResultCopyFailed;
         }
@@ -95,11 +131,15 @@ int installWrapperItems(const QString& wrapper, const QString& targetFolder)
         return InstallResultSuccess;
     }
     for (const QString& name : files().contentsOfDirectory(wrapper).value_or(QStringList())) {
-        const QString itemSource = stringByAppendingPathComponent(wrapper, name);
+        if (name == productName)
+            continue;
         const QString itemTarget = stringByAppendingPathComponent(targetFolder, name);
-        if (files().itemExists(itemTarget) && !files().removeItem(itemTarget))
-            RVLog(QStringLiteral("ERROR -- Could not delete %@"), itemTarget);
-        if (!files().copyItem(itemSource, itemTarget)) {
+        const QString staged = files().stageCopy(stringByAppendingPathComponent(wrapper, name), itemTarget);
+        bool trashFailed = false;
+        if (staged.isNull() || !placeStaged(staged, itemTarget, &trashFailed)) {
+            // The replaced item goes to the Trash, not away; when it cannot, it stays.
+            if (trashFailed)
+                RVLog(QStringLiteral("ERROR -- Could not delete %@"), itemTarget);
             RVLog(QStringLiteral("ERROR -- Could not copy auxiliary item to %@"), itemTarget);
             return InstallResultCopyFailed;
         }
@@ -108,27 +148,26 @@ int installWrapperItems(const QString& wrapper, const QString& targetFolder)
     return InstallResultSuccess;
 }
 
-// The new copy is complete beside the destination before the previous one leaves: a
-// failure at any step leaves the previous copy where it was.
+// The new copy is complete beside the destination before the previous one leaves, and one
+// exchange puts it in place: a failure at any step leaves the previous copy where it was,
+// and no instant is without a product there.
 int replaceProduct(const QString& source, const QString& destination)
 {
+    // Step 1: the staged copy, complete.
     const QString staged = files().stageCopy(source, destination);
     if (staged.isNull()) {
         RVLog(QStringLiteral("ERROR -- Could not copy myself to %@"), destination);
         return InstallResultCopyFailed;
     }
-    const bool hadPrevious = files().itemExists(destination);
-    if (hadPrevious &&
-        !workspace().recycle(stringByDeletingLastPathComponent(destination), {lastPathComponent(destination)})) {
-        files().discardStaged(staged);
-        RVLog(QStringLiteral("ERROR -- Could not trash '%@'"), destination);
-        RVLog(QStringLiteral("ERROR -- Could not trash existing %@"), destination);
-        return InstallResultTrashFailed;
-    }
-    if (!files().moveIntoPlace(staged, destination)) {
-        files().discardStaged(staged);
-        if (hadPrevious && !workspace().putBackRecycled(destination))
-            RVLog(QStringLiteral("ERROR -- Could not put the previous copy back at %@"), destination);
+
+    // Step 2: the previous copy out (to the Trash) and the staged copy in, as one.
+    bool trashFailed = false;
+    if (!placeStaged(staged, destination, &trashFailed)) {
+        if (trashFailed) {
+            RVLog(QStringLiteral("ERROR -- Could not trash '%@'"), destination);
+            RVLog(QStringLiteral("ERROR -- Could not trash existing %@"), destination);
+            return InstallResultTrashFailed;
+        }
         RVLog(QStringLiteral("ERROR -- Could not copy myself to %@"), destination);
         return InstallResultCopyFailed;
     }
@@ -167,7 +206,7 @@ int InstallApplication(const QString& source, const QString& destination, const 
         files().removeAbandonedStaging(paths.targetFolder);
 
     if (!paths.wrapper.isEmpty()) {
-        const int result = installWrapperItems(paths.wrapper, paths.targetFolder);
+        const int result = installWrapperItems(paths.wrapper, paths.targetFolder, lastPathComponent(paths.destination));
         if (result != InstallResultSuccess)
             return result;
     }

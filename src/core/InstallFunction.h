@@ -10,9 +10,10 @@ enum InstallResult {
     InstallResultCopyFailed = 2,
 };
 
-// Puts the product at destination: the wrapper's items beside it, the product staged
-// complete beside the destination, the previous copy into the Trash, then the product
-// renamed into place. wrapper may be null. Logs each failure with its path.
+// Puts the product at destination: the wrapper's items beside it (each item they replace
+// into the Trash), the product staged complete beside the destination, then exchanged with
+// the previous copy in one step, and the previous copy into the Trash. wrapper may be null.
+// Logs each failure with its path.
 int InstallApplication(const QString& source, const QString& destination, const QString& wrapper);
 
 // The destination with the links of its folder resolved; its own name is kept, since a link

@@ -4,6 +4,7 @@
 #include "RVPaths.h"
 #include "RVSafePath.h"
 #include "RVStaging.h"
+#include "RVTrash.h"
 #include "RVTreeCopy.h"
 
 #include <QDir>
@@ -72,76 +73,109 @@ bool RVLinuxFileManager::removeItem(const QString& path)
 QString RVLinuxFileManager::stageCopy(const QString& source, const QString& target)
 {
     const QString standardized = RVPaths::standardizedPath(target);
-    auto folder = std::make_shared<RVFd>(makeFolders(RVPaths::stringByDeletingLastPathComponent(standardized)));
+    const QString targetFolder = RVPaths::stringByDeletingLastPathComponent(standardized);
+    auto folder = std::make_shared<RVFd>(makeFolders(targetFolder));
     const RVSafePath::Parent from = RVSafePath::openParent(source);
     if (!folder->valid() || !from.folder.valid()) {
         RVLog(QStringLiteral("copy %@ failed: %@"), source, lastError());
         return {};
     }
-    const QByteArray staging = RVStaging::stagingName(encoded(RVPaths::lastPathComponent(standardized)));
-    QString error;
-    if (!RVCopyTree(from.folder.get(), from.name.constData(), folder->get(), staging.constData(), &error)) {
+    const QByteArray targetName = encoded(RVPaths::lastPathComponent(standardized));
+    const QByteArray name = RVStaging::stagingName(targetName);
+    auto staging = std::make_shared<RVFd>(RVStaging::makeStagingFolder(folder->get(), name, targetName));
+    QString error = lastError();
+    if (!staging->valid() ||
+        !RVCopyTree(from.folder.get(), from.name.constData(), staging->get(), RVStaging::kNew, &error, m_owner)) {
         RVLog(QStringLiteral("copy %@ failed: %@"), source, error);
-        RVRemoveTree(folder->get(), staging.constData());
+        RVStaging::removeStagingFolder(folder->get(), name);
         return {};
     }
-    const QString staged = RVPaths::stringByAppendingPathComponent(
-        RVPaths::stringByDeletingLastPathComponent(standardized), QFile::decodeName(staging));
+    const QString stagingPath = RVPaths::stringByAppendingPathComponent(targetFolder, QFile::decodeName(name));
     std::lock_guard lock(m_stagingMutex);
-    m_stagingFolders.insert(staged, folder);
-    return staged;
+    m_staging.insert(stagingPath, Staging{folder, staging, name});
+    return RVPaths::stringByAppendingPathComponent(stagingPath, QString::fromLatin1(RVStaging::kNew));
 }
 
-std::shared_ptr<RVFd> RVLinuxFileManager::takeStagingFolder(const QString& staged)
+std::optional<RVLinuxFileManager::Staging> RVLinuxFileManager::stagingOf(const QString& item)
 {
     std::lock_guard lock(m_stagingMutex);
-    return m_stagingFolders.take(staged);
+    const auto found = m_staging.constFind(RVPaths::stringByDeletingLastPathComponent(item));
+    if (found == m_staging.constEnd())
+        return std::nullopt;
+    return *found;
+}
+
+RVSafePath::Parent RVLinuxFileManager::targetBeside(const Staging& staging, const QString& item, const QString& target)
+{
+    RVSafePath::Parent to = RVSafePath::openParent(target);
+    const QString stagingFolder = RVPaths::stringByDeletingLastPathComponent(item);
+    if (RVPaths::stringByDeletingLastPathComponent(stagingFolder) ==
+        RVPaths::stringByDeletingLastPathComponent(RVPaths::standardizedPath(target)))
+        to.folder = RVFd(::dup(staging.folder->get()));
+    return to;
 }
 
 bool RVLinuxFileManager::moveIntoPlace(const QString& staged, const QString& target)
 {
-    const std::shared_ptr<RVFd> folder = takeStagingFolder(staged);
-    RVSafePath::Parent to = RVSafePath::openParent(target);
-    // Staged beside its target: renamed inside the folder it was made in, which stays right
-    // even if the folder itself was moved meanwhile.
-    if (folder && RVPaths::stringByDeletingLastPathComponent(staged) ==
-                      RVPaths::stringByDeletingLastPathComponent(RVPaths::standardizedPath(target)))
-        to.folder = RVFd(::dup(folder->get()));
-    const QByteArray name = encoded(RVPaths::lastPathComponent(staged));
-    const bool placed = folder && to.folder.valid() &&
-                        RVStaging::renameWithoutReplacing(folder->get(), name.constData(), to.folder.get(),
-                                                          to.name.constData());
-    if (!placed && folder) {
-        std::lock_guard lock(m_stagingMutex);
-        m_stagingFolders.insert(staged, folder); // still there, for discardStaged
-    }
-    return placed;
+    const auto staging = stagingOf(staged);
+    if (!staging)
+        return false;
+    const RVSafePath::Parent to = targetBeside(*staging, staged, target);
+    if (!to.folder.valid() ||
+        !RVStaging::renameWithoutReplacing(staging->staging->get(), RVStaging::kNew, to.folder.get(), to.name.constData()))
+        return false;
+    discardStaged(staged);
+    return true;
+}
+
+QString RVLinuxFileManager::exchangeIntoPlace(const QString& staged, const QString& target)
+{
+    const auto staging = stagingOf(staged);
+    if (!staging)
+        return {};
+    const RVSafePath::Parent to = targetBeside(*staging, staged, target);
+    if (!to.folder.valid() || !RVStaging::swapIn(staging->staging->get(), to.folder.get(), to.name.constData()))
+        return {};
+    return RVPaths::stringByAppendingPathComponent(RVPaths::stringByDeletingLastPathComponent(staged),
+                                                   QString::fromLatin1(RVStaging::kPrevious));
+}
+
+bool RVLinuxFileManager::putBackExchanged(const QString& previous, const QString& target)
+{
+    const auto staging = stagingOf(previous);
+    if (!staging)
+        return false;
+    const RVSafePath::Parent to = targetBeside(*staging, previous, target);
+    return to.folder.valid() && RVStaging::swapBack(staging->staging->get(), to.folder.get(), to.name.constData());
 }
 
 void RVLinuxFileManager::discardStaged(const QString& staged)
 {
-    if (const std::shared_ptr<RVFd> folder = takeStagingFolder(staged))
-        RVRemoveTree(folder->get(), encoded(RVPaths::lastPathComponent(staged)).constData());
-}
-
-bool RVLinuxFileManager::copyItem(const QString& source, const QString& target)
-{
-    if (itemExists(target))
-        return false;
-    const QString staged = stageCopy(source, target);
-    if (staged.isNull())
-        return false;
-    if (moveIntoPlace(staged, target))
-        return true;
-    discardStaged(staged);
-    return false;
+    const QString stagingPath = RVPaths::stringByDeletingLastPathComponent(staged);
+    std::lock_guard lock(m_stagingMutex);
+    const auto found = m_staging.constFind(stagingPath);
+    if (found == m_staging.constEnd())
+        return;
+    RVStaging::removeStagingFolder(found->folder->get(), found->name);
+    m_staging.erase(found);
 }
 
 void RVLinuxFileManager::removeAbandonedStaging(const QString& folder)
 {
-    const RVFd open = RVSafePath::openFolder(RVPaths::standardizedPath(folder));
-    if (open.valid())
-        RVStaging::removeAbandoned(open.get());
+    const QString standardized = RVPaths::standardizedPath(folder);
+    const RVFd open = RVSafePath::openFolder(standardized);
+    if (!open.valid())
+        return;
+    RVStaging::removeAbandoned(open.get(), [&](const QByteArray& staging, const QByteArray& targetName) {
+        const QString previous = RVPaths::stringByAppendingPathComponent(
+            RVPaths::stringByAppendingPathComponent(standardized, QFile::decodeName(staging)),
+            QString::fromLatin1(RVStaging::kPrevious));
+        const QString original = RVPaths::stringByAppendingPathComponent(standardized, QFile::decodeName(targetName));
+        const RVTrash::Result result = RVTrash::forInvokingUser().trash(previous, original);
+        if (!result.ok)
+            RVLog(QStringLiteral("trash: %@"), result.error);
+        return result.ok;
+    });
 }
 
 std::shared_ptr<void> RVLinuxFileManager::lockFolder(const QString& folder)

@@ -24,28 +24,19 @@ RVLinuxWorkspace::RVLinuxWorkspace(std::shared_ptr<RVLauncher> launcher, const Q
 
 bool RVLinuxWorkspace::recycle(const QString& folder, const QStringList& names)
 {
-    const RVTrash trash = RVTrash::forInvokingUser();
     for (const QString& name : names) {
-        const QString path = RVPaths::stringByAppendingPathComponent(folder, name);
-        const RVTrash::Result result = trash.trash(path);
-        if (!result.ok) {
-            RVLog(QStringLiteral("trash: %@"), result.error);
+        if (!recycleReplaced(RVPaths::stringByAppendingPathComponent(folder, name), QString()))
             return false;
-        }
-        std::lock_guard lock(m_recycledMutex);
-        m_recycled.insert(RVPaths::standardizedPath(path), result);
     }
     return true;
 }
 
-bool RVLinuxWorkspace::putBackRecycled(const QString& path)
+bool RVLinuxWorkspace::recycleReplaced(const QString& path, const QString& originalPath)
 {
-    std::lock_guard lock(m_recycledMutex);
-    const auto found = m_recycled.constFind(RVPaths::standardizedPath(path));
-    if (found == m_recycled.constEnd() || !RVTrash::putBack(*found, found.key()))
-        return false;
-    m_recycled.erase(found);
-    return true;
+    const RVTrash::Result result = RVTrash::forInvokingUser().trash(path, originalPath);
+    if (!result.ok)
+        RVLog(QStringLiteral("trash: %@"), result.error);
+    return result.ok;
 }
 
 void RVLinuxWorkspace::noteFileSystemChanged(const QString& path)

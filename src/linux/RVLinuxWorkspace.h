@@ -1,12 +1,8 @@
 #pragma once
 
-#include "RVTrash.h"
 #include "RVWorkspace.h"
 
-#include <QHash>
-
 #include <memory>
-#include <mutex>
 
 class RVLauncher;
 
@@ -17,7 +13,7 @@ public:
     RVLinuxWorkspace(std::shared_ptr<RVLauncher> launcher, const QString& localApplications);
 
     bool recycle(const QString& folder, const QStringList& names) override;
-    bool putBackRecycled(const QString& path) override;
+    bool recycleReplaced(const QString& path, const QString& originalPath) override;
     void noteFileSystemChanged(const QString& path) override;
     QString iconForFile(const QString& path) override;
     bool openApplication(const QString& path) override;
@@ -31,6 +27,4 @@ public:
 private:
     std::shared_ptr<RVLauncher> m_launcher;
     QString m_localApplications;
-    std::mutex m_recycledMutex;
-    QHash<QString, RVTrash::Result> m_recycled; // by the path each item had
 };

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <sys/stat.h>
@@ -63,6 +64,44 @@ RVFd openFolder(const QString& path)
     return walkWithoutLinks(encoded);
 }
 
+RVFd openFolderThroughLinksOf(const QString& path, uid_t owner)
+{
+    if (g_linksTrusted)
+        return openFolder(path);
+    if (!path.startsWith(u'/')) {
+        errno = EINVAL;
+        return RVFd();
+    }
+    QList<QByteArray> pending = QFile::encodeName(path).split('/');
+    RVFd current(::open("/", kFolderFlags));
+    for (int links = 0; current.valid() && !pending.isEmpty();) {
+        const QByteArray part = pending.takeFirst();
+        if (part.isEmpty() || part == ".")
+            continue;
+        struct stat item {}, holder {};
+        if (::fstatat(current.get(), part.constData(), &item, AT_SYMLINK_NOFOLLOW) != 0)
+            return RVFd();
+        if (!S_ISLNK(item.st_mode)) {
+            current = RVFd(::openat(current.get(), part.constData(), kFolderFlags | O_NOFOLLOW));
+            continue;
+        }
+        const bool ownersTrusted = (item.st_uid == 0 || item.st_uid == owner) && ::fstat(current.get(), &holder) == 0 &&
+                                   (holder.st_uid == 0 || holder.st_uid == owner) &&
+                                   (holder.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+        char target[PATH_MAX];
+        const ssize_t length = ownersTrusted ? ::readlinkat(current.get(), part.constData(), target, sizeof target) : -1;
+        if (!ownersTrusted || length <= 0 || length >= ssize_t(sizeof target) || ++links > 40) {
+            errno = ELOOP;
+            return RVFd();
+        }
+        const QByteArray followed(target, int(length));
+        if (followed.startsWith('/'))
+            current = RVFd(::open("/", kFolderFlags));
+        pending = followed.split('/') + pending;
+    }
+    return current;
+}
+
 RVFd openFolderAt(int folder, const QByteArray& name)
 {
     return RVFd(::openat(folder, name.constData(), kFolderFlags | (g_linksTrusted ? 0 : O_NOFOLLOW)));
@@ -77,11 +116,11 @@ QString nearestExisting(const QString& path)
     return existing;
 }
 
-RVFd openOrMakeFolder(const QString& path, const MakeFolder& make)
+RVFd openOrMakeFolder(const QString& path, const MakeFolder& make, std::optional<uid_t> linksOf)
 {
     QString location = nearestExisting(path);
     const QStringList missing = path.mid(location.size()).split(u'/', Qt::SkipEmptyParts);
-    RVFd folder = openFolder(location);
+    RVFd folder = linksOf ? openFolderThroughLinksOf(location, *linksOf) : openFolder(location);
     for (const QString& name : missing) {
         if (!folder.valid())
             break;

@@ -11,6 +11,7 @@
 #include <QUrl>
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <fcntl.h>
 #include <pwd.h>
@@ -46,15 +47,20 @@ QString mountPointOf(const QString& path, dev_t device)
     }
 }
 
-// Another name for the item when one is taken: "Name 2.app", "Name 3.app", ...
-QString candidateName(const QString& name, int attempt)
+// Another name for the item when one is taken: "Name 2.app", "Name 3.app", ...; the part
+// before the extension is cut (at a character) so that the record's name,
+// "<name>.trashinfo", fits the file system's limit.
+QByteArray candidateName(const QString& name, int attempt)
 {
-    if (attempt == 1)
-        return name;
     const qsizetype dot = name.lastIndexOf(u'.');
-    if (dot <= 0)
-        return QStringLiteral("%1 %2").arg(name).arg(attempt);
-    return QStringLiteral("%1 %2%3").arg(name.left(dot)).arg(attempt).arg(name.mid(dot));
+    const QString stem = dot <= 0 ? name : name.left(dot);
+    const QByteArray extension = QFile::encodeName(dot <= 0 ? QString() : name.mid(dot));
+    const QByteArray counter = attempt == 1 ? QByteArray() : ' ' + QByteArray::number(attempt);
+    const qsizetype room = NAME_MAX - qsizetype(sizeof ".trashinfo" - 1) - counter.size() - extension.size();
+    QString cut = stem;
+    while (!cut.isEmpty() && QFile::encodeName(cut).size() > room)
+        cut.chop(cut.size() >= 2 && cut.at(cut.size() - 1).isLowSurrogate() ? 2 : 1);
+    return QFile::encodeName(cut) + counter + extension;
 }
 
 // Root acting for a user creates with the user's file-system identity, so that what it
@@ -103,10 +109,11 @@ RVTrash RVTrash::forInvokingUser()
     const QByteArray pkexecUid = qgetenv("PKEXEC_UID");
     bool ok = false;
     const uint uid = pkexecUid.toUInt(&ok);
-    if (::getuid() == 0 && ok) {
-        const struct passwd* entry = ::getpwuid(uid_t(uid));
-        const QString home = entry ? QFile::decodeName(entry->pw_dir) : QString();
-        return RVTrash(uid_t(uid), home + QStringLiteral("/.local/share"));
+    if (::getuid() == 0 && !pkexecUid.isNull()) {
+        const struct passwd* entry = ok ? ::getpwuid(uid_t(uid)) : nullptr;
+        if (!entry || entry->pw_dir[0] != '/')
+            return RVTrash(uid_t(-1), QString());
+        return RVTrash(uid_t(uid), QFile::decodeName(entry->pw_dir) + QStringLiteral("/.local/share"));
     }
     QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
     if (dataHome.isEmpty() || !QDir::isAbsolutePath(dataHome))
@@ -115,8 +122,10 @@ RVTrash RVTrash::forInvokingUser()
 }
 
 // A folder of the user's: opened without following a link, made (0700, handed to the user)
-// when missing, refused when somebody else owns it.
-RVFd RVTrash::openOwnFolder(int parent, const QByteArray& name, QString* error, const QString& location) const
+// when missing, refused when somebody else owns it. Root makes it only at the top of a
+// volume (rootMakes); anywhere else only the user's own rights may make it.
+RVFd RVTrash::openOwnFolder(int parent, const QByteArray& name, QString* error, const QString& location,
+                            bool rootMakes) const
 {
     bool made;
     {
@@ -124,7 +133,7 @@ RVFd RVTrash::openOwnFolder(int parent, const QByteArray& name, QString* error, 
         made = ::mkdirat(parent, name.constData(), 0700) == 0;
     }
     // A volume's top folder is root's: there only root can make the user's trash.
-    if (!made && errno == EACCES && ::mkdirat(parent, name.constData(), 0700) == 0)
+    if (!made && errno == EACCES && rootMakes && ::mkdirat(parent, name.constData(), 0700) == 0)
         ::fchownat(parent, name.constData(), m_uid, m_gid, AT_SYMLINK_NOFOLLOW);
     RVFd folder(::openat(parent, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat info {};
@@ -133,7 +142,7 @@ RVFd RVTrash::openOwnFolder(int parent, const QByteArray& name, QString* error, 
         return RVFd();
     }
     // Root's own folder where the user's belongs was made by us and cut short: hand it over.
-    if (info.st_uid == 0 && m_uid != 0 && ::geteuid() == 0 && ::fchown(folder.get(), m_uid, m_gid) == 0)
+    if (rootMakes && info.st_uid == 0 && m_uid != 0 && ::geteuid() == 0 && ::fchown(folder.get(), m_uid, m_gid) == 0)
         info.st_uid = m_uid;
     if (info.st_uid != m_uid) {
         *error = QStringLiteral("%1 is not a folder of uid %2").arg(location).arg(m_uid);
@@ -143,10 +152,10 @@ RVFd RVTrash::openOwnFolder(int parent, const QByteArray& name, QString* error, 
 }
 
 RVTrash::Folder RVTrash::openTrashIn(int parent, const QByteArray& name, const QString& location,
-                                     QString* error) const
+                                     QString* error, bool onVolumeTop) const
 {
     Folder folder;
-    const RVFd trash = openOwnFolder(parent, name, error, location);
+    const RVFd trash = openOwnFolder(parent, name, error, location, onVolumeTop);
     if (!trash.valid())
         return folder;
     folder.files = openOwnFolder(trash.get(), "files", error, location + QStringLiteral("/files"));
@@ -161,9 +170,16 @@ RVTrash::Folder RVTrash::openTrashIn(int parent, const QByteArray& name, const Q
 // somebody's home).
 RVFd RVTrash::openDataHome(QString* error) const
 {
-    RVFd folder = RVSafePath::openOrMakeFolder(m_dataHome, [&](int parent, const QByteArray& name, const QString& location) {
-        return openOwnFolder(parent, name, error, location);
-    });
+    if (m_dataHome.isEmpty()) {
+        *error = QStringLiteral("no user to act for");
+        return RVFd();
+    }
+    RVFd folder = RVSafePath::openOrMakeFolder(
+        m_dataHome,
+        [&](int parent, const QByteArray& name, const QString& location) {
+            return openOwnFolder(parent, name, error, location);
+        },
+        m_uid);
     if (!folder.valid() && error->isEmpty())
         *error = lastError(QStringLiteral("cannot open ") + m_dataHome);
     return folder;
@@ -171,6 +187,10 @@ RVFd RVTrash::openDataHome(QString* error) const
 
 RVTrash::Folder RVTrash::trashFolderFor(dev_t device, const QString& itemPath, QString* error) const
 {
+    if (m_dataHome.isEmpty()) {
+        *error = QStringLiteral("no user to act for");
+        return Folder();
+    }
     // The home trash serves items on the file system of the user's data folder.
     const auto home = lstatOf(RVSafePath::nearestExisting(m_dataHome));
     if (home && home->st_dev == device) {
@@ -194,22 +214,24 @@ RVTrash::Folder RVTrash::trashFolderFor(dev_t device, const QString& itemPath, Q
         (sharedInfo.st_mode & S_ISVTX) && sharedInfo.st_uid == 0) {
         QString ignored;
         Folder mine = openTrashIn(sharedFolder.get(), QByteArray::number(m_uid),
-                                  shared + u'/' + QString::number(m_uid), &ignored);
+                                  shared + u'/' + QString::number(m_uid), &ignored, true);
         if (mine.files.valid()) {
             mine.topdir = topdir;
             return mine;
         }
     }
     const QByteArray own = ".Trash-" + QByteArray::number(m_uid);
-    Folder folder = openTrashIn(top.get(), own, RVPaths::stringByAppendingPathComponent(topdir, QFile::decodeName(own)), error);
+    Folder folder =
+        openTrashIn(top.get(), own, RVPaths::stringByAppendingPathComponent(topdir, QFile::decodeName(own)), error, true);
     folder.topdir = topdir;
     return folder;
 }
 
-RVTrash::Result RVTrash::trash(const QString& path) const
+RVTrash::Result RVTrash::trash(const QString& path, const QString& originalPath) const
 {
     Result result;
     const QString item = RVPaths::standardizedPath(path);
+    const QString original = originalPath.isEmpty() ? item : RVPaths::standardizedPath(originalPath);
     const RVSafePath::Parent parent = RVSafePath::openParent(item);
     struct stat info {};
     if (!parent.folder.valid() || ::fstatat(parent.folder.get(), parent.name.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -220,13 +242,13 @@ RVTrash::Result RVTrash::trash(const QString& path) const
     if (!trash.files.valid())
         return result;
 
-    const QByteArray contents = "[Trash Info]\nPath=" + recordedPath(item, trash.topdir) +
+    const QByteArray contents = "[Trash Info]\nPath=" + recordedPath(original, trash.topdir) +
                                 "\nDeletionDate=" +
                                 QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")).toUtf8() +
                                 "\n";
-    const QString name = QFile::decodeName(parent.name);
+    const QString name = RVPaths::lastPathComponent(original);
     for (int attempt = 1; attempt < 10000; ++attempt) {
-        const QByteArray candidate = QFile::encodeName(candidateName(name, attempt));
+        const QByteArray candidate = candidateName(name, attempt);
         const QByteArray infoName = candidate + ".trashinfo";
         int fd;
         {
@@ -252,9 +274,10 @@ RVTrash::Result RVTrash::trash(const QString& path) const
             result.error = lastError(QStringLiteral("cannot move ") + item + QStringLiteral(" to ") + trash.location);
             return result;
         }
-        // Root trashing for a user: the item is the user's now, to restore or to delete.
+        // Root trashing for a user: what they could read is theirs now, to restore or to
+        // delete; what they could not stays root's.
         if (::geteuid() == 0 && m_uid != 0)
-            RVChownTree(trash.files.get(), candidate.constData(), m_uid, m_gid);
+            RVHandOverTree(trash.files.get(), candidate.constData(), m_uid, m_gid);
         result.ok = true;
         result.trashedPath = trash.location + QStringLiteral("/files/") + QFile::decodeName(candidate);
         result.infoPath = trash.location + QStringLiteral("/info/") + QFile::decodeName(infoName);
@@ -271,18 +294,4 @@ QByteArray RVTrash::recordedPath(const QString& item, const QString& topdir)
     if (!topdir.isEmpty())
         recorded = topdir == u"/" ? item.mid(1) : item.mid(topdir.size() + 1);
     return QUrl::toPercentEncoding(recorded, "/");
-}
-
-bool RVTrash::putBack(const Result& trashed, const QString& originalPath)
-{
-    const RVSafePath::Parent from = RVSafePath::openParent(trashed.trashedPath);
-    const RVSafePath::Parent to = RVSafePath::openParent(originalPath);
-    if (!from.folder.valid() || !to.folder.valid() ||
-        !RVStaging::renameWithoutReplacing(from.folder.get(), from.name.constData(), to.folder.get(),
-                                           to.name.constData()))
-        return false;
-    const RVSafePath::Parent record = RVSafePath::openParent(trashed.infoPath);
-    if (record.folder.valid())
-        ::unlinkat(record.folder.get(), record.name.constData(), 0);
-    return true;
 }

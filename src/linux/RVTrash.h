@@ -19,7 +19,8 @@ public:
     // Acts for uid, whose data folder (the parent of the home trash) is dataHome.
     RVTrash(uid_t uid, const QString& dataHome);
     // The user who asked: PKEXEC_UID when we run as root under pkexec (root's HOME is no
-    // guide then), else the current user with $XDG_DATA_HOME.
+    // guide then; a PKEXEC_UID that names no user of the system gives a trash that refuses
+    // everything), else the current user with $XDG_DATA_HOME.
     static RVTrash forInvokingUser();
 
     struct Result
@@ -29,10 +30,10 @@ public:
         QString infoPath;
         QString error;
     };
-    Result trash(const QString& path) const;
-    // Puts a trashed item back where it was, never over an item that took its place, and
-    // removes its record.
-    static bool putBack(const Result& trashed, const QString& originalPath);
+    // Trashes the item at path, recorded as the item of originalPath when it stood there
+    // until it was replaced (by default, path itself). A name too long for the record's
+    // file is shortened in the trash (the record keeps the whole path).
+    Result trash(const QString& path, const QString& originalPath = QString()) const;
     // The Path of an item's record: absolute in the home trash (topdir empty), relative to
     // the top of the volume in a volume's trash, "/" included; URL-encoded.
     static QByteArray recordedPath(const QString& item, const QString& topdir);
@@ -46,8 +47,10 @@ private:
         QString topdir;   // empty for the home trash
     };
     Folder trashFolderFor(dev_t device, const QString& itemPath, QString* error) const;
-    Folder openTrashIn(int parent, const QByteArray& name, const QString& location, QString* error) const;
-    RVFd openOwnFolder(int parent, const QByteArray& name, QString* error, const QString& location) const;
+    Folder openTrashIn(int parent, const QByteArray& name, const QString& location, QString* error,
+                       bool onVolumeTop = false) const;
+    RVFd openOwnFolder(int parent, const QByteArray& name, QString* error, const QString& location,
+                       bool rootMakes = false) const;
     RVFd openDataHome(QString* error) const;
 
     uid_t m_uid;

@@ -5,12 +5,15 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <linux/fs.h>
 #include <map>
+#include <pwd.h>
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -49,6 +52,7 @@ namespace {
 class TreeCopier
 {
 public:
+    explicit TreeCopier(RVCopyOwner owner) : m_owner(owner) {}
     bool copy(int sourceDir, const char* sourceName, int targetDir, const char* targetName,
               const std::string& relative);
     QString error;
@@ -67,8 +71,9 @@ private:
     bool copyLink(int sourceDir, const char* sourceName, int targetDir, const char* targetName,
                   const struct stat& info, const std::string& relative);
     static bool copyData(int from, int to, off_t size);
-    static void copyAttributes(int from, int to);
-    static void copyOwnerAndMode(int fd, const struct stat& info);
+    static bool copyRange(int from, int to, off_t offset, off_t length);
+    void copyAttributes(int from, int to) const;
+    void copyOwnerAndMode(int fd, const struct stat& info) const;
     static void keepTimes(int fd, const struct stat& info)
     {
         const decltype(info.st_atim) times[2] = {info.st_atim, info.st_mtim};
@@ -79,6 +84,7 @@ private:
     std::map<std::pair<dev_t, ino_t>, std::string> m_links;
     int m_rootTarget = -1;
     std::string m_rootName;
+    RVCopyOwner m_owner;
 
 public:
     void setRoot(int targetDir, const char* targetName)
@@ -100,6 +106,10 @@ bool TreeCopier::copy(int sourceDir, const char* sourceName, int targetDir, cons
         return copyFile(sourceDir, sourceName, targetDir, targetName, info, relative);
     if (S_ISLNK(info.st_mode))
         return copyLink(sourceDir, sourceName, targetDir, targetName, info, relative);
+    if (m_owner == RVCopyOwner::Root) {
+        errno = EPERM;
+        return fail("refusing device, FIFO or socket", relative);
+    }
     if (::mknodat(targetDir, targetName, info.st_mode, info.st_rdev) != 0)
         return fail("cannot make special file", relative);
     return true;
@@ -172,7 +182,8 @@ bool TreeCopier::copyLink(int sourceDir, const char* sourceName, int targetDir,
     buffer[std::size_t(length)] = '\0';
     if (::symlinkat(buffer.data(), targetDir, targetName) != 0)
         return fail("cannot create link", relative);
-    ::fchownat(targetDir, targetName, info.st_uid, info.st_gid, AT_SYMLINK_NOFOLLOW);
+    if (m_owner == RVCopyOwner::AsSource)
+        ::fchownat(targetDir, targetName, info.st_uid, info.st_gid, AT_SYMLINK_NOFOLLOW);
     const decltype(info.st_atim) times[2] = {info.st_atim, info.st_mtim};
     ::utimensat(targetDir, targetName, times, AT_SYMLINK_NOFOLLOW);
     return true;
@@ -182,14 +193,38 @@ bool TreeCopier::copyData(int from, int to, off_t size)
 {
     if (size == 0)
         return true;
-    // Share the blocks where the file system can (btrfs, xfs); otherwise copy in the kernel.
+    // Share the blocks where the file system can (btrfs, xfs); otherwise copy the parts
+    // that hold data and leave the holes holes, as cp -a does.
     if (::ioctl(to, FICLONE, from) == 0)
         return true;
-    off_t left = size;
-    while (left > 0) {
-        const ssize_t copied = ::copy_file_range(from, nullptr, to, nullptr, std::size_t(left), 0);
+    for (off_t offset = 0; offset < size;) {
+        off_t data = ::lseek(from, offset, SEEK_DATA);
+        if (data < 0 && errno == ENXIO)
+            break; // a hole up to the end
+        off_t hole = data < 0 ? -1 : ::lseek(from, data, SEEK_HOLE);
+        if (data < 0 || hole < 0) {
+            if (errno != EINVAL && errno != EOPNOTSUPP)
+                return false;
+            data = offset; // no hole detection here: all of it is data
+            hole = size;
+        }
+        hole = std::min(hole, size);
+        if (data >= hole)
+            break;
+        if (!copyRange(from, to, data, hole - data))
+            return false;
+        offset = hole;
+    }
+    return ::ftruncate(to, size) == 0;
+}
+
+bool TreeCopier::copyRange(int from, int to, off_t offset, off_t length)
+{
+    loff_t in = offset, out = offset;
+    while (length > 0) {
+        const ssize_t copied = ::copy_file_range(from, &in, to, &out, std::size_t(length), 0);
         if (copied > 0) {
-            left -= copied;
+            length -= copied;
             continue;
         }
         if (copied == 0)
@@ -201,8 +236,8 @@ bool TreeCopier::copyData(int from, int to, off_t size)
         break; // not supported between these files: copy through user space
     }
     char buffer[128 * 1024];
-    for (;;) {
-        const ssize_t got = ::read(from, buffer, sizeof buffer);
+    while (length > 0) {
+        const ssize_t got = ::pread(from, buffer, std::size_t(std::min<off_t>(length, off_t(sizeof buffer))), in);
         if (got == 0)
             return true;
         if (got < 0) {
@@ -211,18 +246,22 @@ bool TreeCopier::copyData(int from, int to, off_t size)
             return false;
         }
         for (ssize_t done = 0; done < got;) {
-            const ssize_t put = ::write(to, buffer + done, std::size_t(got - done));
+            const ssize_t put = ::pwrite(to, buffer + done, std::size_t(got - done), out);
             if (put < 0) {
                 if (errno == EINTR)
                     continue;
                 return false;
             }
             done += put;
+            out += put;
         }
+        in += got;
+        length -= got;
     }
+    return true;
 }
 
-void TreeCopier::copyAttributes(int from, int to)
+void TreeCopier::copyAttributes(int from, int to) const
 {
     // Attributes the target cannot hold (another file system, a namespace we may not
     // write) are left out, as cp -a does.
@@ -234,6 +273,8 @@ void TreeCopier::copyAttributes(int from, int to)
     for (ssize_t at = 0; at < listed;) {
         const char* name = names.data() + at;
         at += ssize_t(std::strlen(name)) + 1;
+        if (m_owner == RVCopyOwner::Root && std::strncmp(name, "user.", 5) != 0)
+            continue;
         const ssize_t length = ::fgetxattr(from, name, nullptr, 0);
         if (length < 0)
             continue;
@@ -244,9 +285,15 @@ void TreeCopier::copyAttributes(int from, int to)
     }
 }
 
-void TreeCopier::copyOwnerAndMode(int fd, const struct stat& info)
+void TreeCopier::copyOwnerAndMode(int fd, const struct stat& info) const
 {
     mode_t mode = info.st_mode & 07777;
+    if (m_owner == RVCopyOwner::Root) {
+        ::fchmod(fd, mode & ~mode_t(S_ISUID | S_ISGID));
+        if (::fchown(fd, 0, 0) == 0)
+            ::fchmod(fd, mode & ~mode_t(S_ISUID | S_ISGID)); // chown may not keep the mode
+        return;
+    }
     if (::fchown(fd, info.st_uid, info.st_gid) != 0)
         mode &= ~mode_t(S_ISUID | S_ISGID); // not the owner's any more: no set-id bits
     ::fchmod(fd, mode);
@@ -272,9 +319,9 @@ bool removeAt(int dir, const char* name)
 } // namespace
 
 bool RVCopyTree(int sourceFolder, const char* sourceName, int targetFolder, const char* targetName,
-                QString* error)
+                QString* error, RVCopyOwner owner)
 {
-    TreeCopier copier;
+    TreeCopier copier(owner);
     copier.setRoot(targetFolder, targetName);
     const bool ok = copier.copy(sourceFolder, sourceName, targetFolder, targetName, "");
     if (!ok && error)
@@ -287,18 +334,50 @@ bool RVRemoveTree(int folder, const char* name)
     return removeAt(folder, name);
 }
 
-void RVChownTree(int folder, const char* name, uid_t uid, gid_t gid)
+namespace {
+
+// What uid, with its groups, may do to an item by its mode alone.
+bool mayRead(const struct stat& info, uid_t uid, const std::vector<gid_t>& groups)
+{
+    const mode_t wanted = S_ISDIR(info.st_mode) ? 5 : 4; // folders: read and search
+    mode_t bits = info.st_mode & 7;
+    if (info.st_uid == uid)
+        bits = (info.st_mode >> 6) & 7;
+    else if (std::find(groups.begin(), groups.end(), info.st_gid) != groups.end())
+        bits = (info.st_mode >> 3) & 7;
+    return (bits & wanted) == wanted;
+}
+
+void handOver(int folder, const char* name, uid_t uid, gid_t gid, const std::vector<gid_t>& groups)
 {
     struct stat info {};
-    if (::fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) != 0)
+    if (::fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) != 0 || !mayRead(info, uid, groups) ||
+        (!S_ISDIR(info.st_mode) && !S_ISLNK(info.st_mode) && info.st_nlink > 1))
         return;
-    ::fchownat(folder, name, uid, gid, AT_SYMLINK_NOFOLLOW);
+    if (S_ISDIR(info.st_mode) || S_ISREG(info.st_mode) || S_ISLNK(info.st_mode))
+        ::fchownat(folder, name, uid, gid, AT_SYMLINK_NOFOLLOW);
     if (!S_ISDIR(info.st_mode))
         return;
     Fd inner(::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     const auto names = inner.valid() ? RVNamesIn(inner.get()) : std::nullopt;
     for (const std::string& child : names.value_or(std::vector<std::string>()))
-        RVChownTree(inner.get(), child.c_str(), uid, gid);
+        handOver(inner.get(), child.c_str(), uid, gid, groups);
+}
+
+} // namespace
+
+void RVHandOverTree(int folder, const char* name, uid_t uid, gid_t gid)
+{
+    std::vector<gid_t> groups(64);
+    int count = int(groups.size());
+    const struct passwd* entry = ::getpwuid(uid);
+    if (entry && ::getgrouplist(entry->pw_name, gid, groups.data(), &count) < 0) {
+        groups.resize(std::size_t(count));
+        ::getgrouplist(entry->pw_name, gid, groups.data(), &count);
+    }
+    groups.resize(entry ? std::size_t(std::max(count, 0)) : 0);
+    groups.push_back(gid);
+    handOver(folder, name, uid, gid, groups);
 }
 
 bool RVRemoveTree(const QString& path)

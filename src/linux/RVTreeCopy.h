@@ -12,16 +12,23 @@
 // extended attributes kept. Links are never followed. Precondition: nothing at target and
 // its folder exists. Not atomic: on failure a partial copy may be left at target, which the
 // caller removes.
-// Source and target are names inside open folders.
+// Source and target are names inside open folders. Holes stay holes.
+// For root (the privileged tool) the copy is root's whatever the source's owner, without
+// set-id bits or attributes beyond the user namespace (no file capabilities, no ACLs), and
+// a device, FIFO or socket fails it.
+enum class RVCopyOwner { AsSource, Root };
 bool RVCopyTree(int sourceFolder, const char* sourceName, int targetFolder, const char* targetName,
-                QString* error);
+                QString* error, RVCopyOwner owner = RVCopyOwner::AsSource);
 
 // Deletes the item for good, a folder with its contents, never following a link.
 bool RVRemoveTree(int folder, const char* name);
 bool RVRemoveTree(const QString& path);
 
-// Gives the item, a folder with everything in it, to uid and gid, never following a link.
-void RVChownTree(int folder, const char* name, uid_t uid, gid_t gid);
+// Gives the item, a folder with everything in it, to uid and gid, never following a link,
+// where that opens to them nothing they could not read before: what they could not read
+// (a root-only file), and a file with other names (a hard link may lead anywhere) stay
+// as they are, and a folder they could not read is not entered.
+void RVHandOverTree(int folder, const char* name, uid_t uid, gid_t gid);
 
 // The names in an open folder, "." and ".." left out; empty (errno set) when it cannot be
 // listed to the end.

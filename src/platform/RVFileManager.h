@@ -21,21 +21,26 @@ public:
     virtual std::optional<QStringList> contentsOfDirectory(const QString& path) = 0;
     // Deletes for good, a folder with its contents; never follows a link. Not atomic.
     virtual bool removeItem(const QString& path) = 0;
-    // Copies like cp -a (links stay links; modes, times, owners where allowed and extended
-    // attributes kept). Precondition: nothing at target; missing folders above it are made
-    // (0755). Atomic for the target: the copy is built beside it and renamed into place, so
-    // target never holds a partial copy.
-    virtual bool copyItem(const QString& source, const QString& target) = 0;
-    // Builds a complete copy of source, as copyItem does, under a hidden staging name beside
-    // target that says which installer made it, and answers that path; null on failure, and
-    // then nothing is left. Missing folders above target are made (0755).
+    // Builds a complete copy of source like cp -a (links stay links; modes, times, owners
+    // where allowed and extended attributes kept) in a hidden staging folder beside
+    // target that says which installer made it, and answers the copy's path; null on
+    // failure, and then nothing is left. Missing folders above target are made (0755).
     virtual QString stageCopy(const QString& source, const QString& target) = 0;
     // Renames a staged copy to target, never over an item that is there. Atomic. The staged
     // copy is found where it was made, even when its folder has moved meanwhile.
     virtual bool moveIntoPlace(const QString& staged, const QString& target) = 0;
-    // Removes a staged copy that will not be used, wherever its folder is now.
+    // Swaps a staged copy with the item at target (one atomic step where the file system
+    // can) and answers where that item is now: a temporary name in the staging folder,
+    // which removeAbandonedStaging trashes should this process end before it goes on. Null
+    // on failure, and then nothing moved.
+    virtual QString exchangeIntoPlace(const QString& staged, const QString& target) = 0;
+    // Undoes exchangeIntoPlace: previous back at target, the staged copy out again.
+    virtual bool putBackExchanged(const QString& previous, const QString& target) = 0;
+    // Removes what is left of a staging folder (the staged copy, not a previous item).
     virtual void discardStaged(const QString& staged) = 0;
-    // Removes for good the staging items in folder whose installer has ended.
+    // Sweeps the staging folders in folder whose installer has ended: its own copies are
+    // removed, an item replaced by an exchange goes to the Trash; nothing without its mark
+    // is touched.
     virtual void removeAbandonedStaging(const QString& folder) = 0;
     // One installation's exclusive lock on folder (made when missing, 0755), held while the
     // answer lives; waits while another installation holds it. Null when it cannot be had.

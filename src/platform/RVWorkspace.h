@@ -11,9 +11,9 @@ public:
 
     // Moves the named items of folder to the Trash of the user on whose behalf we act.
     virtual bool recycle(const QString& folder, const QStringList& names) = 0;
-    // Puts the item that recycle took from path back in its place, never over an item
-    // that is there now; whether it is back.
-    virtual bool putBackRecycled(const QString& path) = 0;
+    // Moves the item at path, which stood at originalPath until it was replaced, to the
+    // Trash as the item of originalPath (restoring puts it back there).
+    virtual bool recycleReplaced(const QString& path, const QString& originalPath) = 0;
     // Nothing to send on Linux: file managers watch with inotify. Kept as one named place.
     virtual void noteFileSystemChanged(const QString& path) = 0;
     // The desktop's icon for path, as a desktop entry's Icon key has it: an image file of

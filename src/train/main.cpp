@@ -1,9 +1,12 @@
 // train: the privileged copy tool. pkexec starts it as root with a cleared environment in
-// root's home, so it trusts nothing but its arguments: absolute paths without "..", a real
-// .app folder as the source, and no symbolic link in any component of any path (the user
-// may own a folder on the way and swap it for a link at any moment). It runs the
-// installer's own copy procedure, with its refusals, and the previous copy goes to the
-// Trash of the user who asked (PKEXEC_UID).
+// root's home, and whoever asks chooses its arguments, so it trusts none of them: absolute
+// paths without "..", a real .app folder as the source, the installer's wrapper rule, a
+// destination in an applications folder or over a copy of the same product (never in the
+// system's folders), an invoking user (PKEXEC_UID) who exists, and no symbolic link in any
+// component of any path (the user may own a folder on the way and swap it for a link at
+// any moment). It runs the installer's own copy procedure, with its refusals; what it
+// installs is root's, without set-id bits or special files, and the previous copy goes to
+// the Trash of the user who asked.
 #include "InstallFunction.h"
 #include "RVLinuxFileManager.h"
 #include "RVLinuxLauncher.h"
@@ -11,12 +14,14 @@
 #include "RVLog.h"
 #include "RVPlatform.h"
 #include "RVSafePath.h"
+#include "RVTrainChecks.h"
 
 #include <QDir>
 #include <QFile>
 #include <QString>
 #include <QStringList>
 
+#include <pwd.h>
 #include <sys/stat.h>
 
 namespace {
@@ -68,9 +73,28 @@ int main(int argc, char* argv[])
         return kUsage;
     }
 
-    RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(),
-                         .workspace = std::make_shared<RVLinuxWorkspace>(
-                             std::make_shared<RVLinuxLauncher>(), QStringLiteral("/Applications"))});
+    uid_t user = 0;
+    QString refusal = RVTrainChecks::refusalOfInvokingUser(qgetenv("PKEXEC_UID"), &user);
+    if (refusal.isNull())
+        refusal = RVTrainChecks::refusalOfWrapper(source, destination, wrapper);
+    auto workspace = std::make_shared<RVLinuxWorkspace>(std::make_shared<RVLinuxLauncher>(), QStringLiteral("/Applications"));
+    if (refusal.isNull()) {
+        const struct passwd* entry = ::getpwuid(user);
+        const QString home = entry ? QDir::cleanPath(QFile::decodeName(entry->pw_dir)) : QString();
+        QStringList applications{workspace->localApplicationsDirectory(),
+                                 home.isEmpty() ? QString() : home + QStringLiteral("/Applications")};
+        // Started by root itself, not through pkexec (whose environment is its own), root's
+        // environment may name the applications folder, as it does for the installer.
+        if (qgetenv("PKEXEC_UID").isNull())
+            applications << QDir::cleanPath(qEnvironmentVariable("VELMORA_APPLICATIONS_DIR"));
+        refusal = RVTrainChecks::refusalOfDestination(source, destination, applications, home);
+    }
+    if (!refusal.isNull()) {
+        RVLog(QStringLiteral("refusing: %@"), refusal);
+        return kUsage;
+    }
+
+    RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(RVCopyOwner::Root), .workspace = workspace});
     const int result = InstallApplication(source, destination, wrapper);
     RVLog(QStringLiteral("install %@ -> %@: %d"), source, destination, result);
     return result;

@@ -21,9 +21,10 @@ namespace {
 // Every fault at every step of an installation, for the plain copy (the installer's own
 // procedure, run as the user) and the privileged copy (train, run as root for the user):
 // whatever happens, the source is untouched, the destination holds the previous copy or
-// the complete new one (nothing only when a kill falls between the trash and the final
-// rename, and then the previous copy comes back with trash-restore), nothing in the
-// user's home is root's, and the next run succeeds and leaves no debris.
+// the complete new one (never nothing: the new copy is swapped in), the user's own files
+// beside the product are untouched, nothing in the user's home is root's, and the next
+// run succeeds, leaves no debris, and the previous copy is in the Trash (a kill between
+// the swap and the trash leaves it for that run to trash).
 enum class Step { WrapperItems, Trash, ProductCopy, FinalRename, Launch };
 enum class Fault { Kill, FullDisk, Unreadable, NoTrash, FolderRemoved };
 
@@ -109,26 +110,72 @@ protected:
         TempDir tmp;
         QString source, wrapper, apps, destination;
         std::optional<QMap<QString, QByteArray>> previous, product;
+        QByteArray notes;
     };
+
+    QString trashFolder() const { return user.home + QStringLiteral("/.local/share/Trash"); }
+
+    // The names in the user's Trash (the home's, or the volume's of volume) whose item is,
+    // owners aside, the given tree.
+    QStringList trashedCopiesOf(const QMap<QString, QByteArray>& tree, const QString& volume = QString()) const
+    {
+        QStringList found, trashes{trashFolder()};
+        if (!volume.isEmpty())
+            trashes << volume + QStringLiteral("/.Trash-%1").arg(user.uid);
+        for (const QString& trash : trashes) {
+            const QString files = trash + QStringLiteral("/files");
+            for (const QString& name : QDir(files).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
+                if (withoutOwners(snapshotTree(files + u'/' + name)) == withoutOwners(tree))
+                    found << name;
+            }
+        }
+        return found;
+    }
+
+    // Runs a program as the user, with the user's home.
+    QString asUser(const QString& program, const QStringList& arguments, const QByteArray& input = {})
+    {
+        QProcess process;
+        QProcessEnvironment environment;
+        environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
+        environment.insert(QStringLiteral("HOME"), user.home);
+        environment.insert(QStringLiteral("XDG_DATA_HOME"), user.home + QStringLiteral("/.local/share"));
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral("/usr/bin/setpriv"),
+                      QStringList{QStringLiteral("--reuid=%1").arg(user.uid), QStringLiteral("--regid=%1").arg(user.gid),
+                                  QStringLiteral("--clear-groups"), program} +
+                          arguments);
+        process.write(input);
+        process.closeWriteChannel();
+        process.waitForFinished(30000);
+        return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
+    }
 
     void prepare(Run& run, bool withWrapper, bool smallDisk)
     {
         QFile::setPermissions(run.tmp.path(), QFile::permissions(run.tmp.path()) | QFile::ExeOther | QFile::ReadOther);
         run.source = run.tmp.mkdir(QStringLiteral("src/Suite/Product.app"));
-        run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Info.plist"), "{ CFBundleShortVersionString = \"2\"; }");
+        run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Info.plist"),
+                      "{ CFBundleIdentifier = com.velmora.product; CFBundleShortVersionString = \"2\"; }");
         run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Resources/Big.bin"), QByteArray(48 << 20, 'n'));
         if (withWrapper) {
             run.wrapper = run.tmp.file(QStringLiteral("src/Suite"));
             run.tmp.write(QStringLiteral("src/Suite/Extra.bin"), QByteArray(48 << 20, 'e'));
+            run.tmp.write(QStringLiteral("src/Suite/Projects/readme.txt"), "the suite's");
         }
         run.apps = run.tmp.mkdir(QStringLiteral("Apps"));
         if (smallDisk)
             m_mount = std::make_unique<QString>(run.apps), ::mount("tmpfs", QFile::encodeName(run.apps).constData(), "tmpfs", 0, "size=40m");
-        run.tmp.write(QStringLiteral("Apps/Suite/Product.app/Contents/Info.plist"), "{ CFBundleShortVersionString = \"1\"; }");
+        run.tmp.write(QStringLiteral("Apps/Suite/Product.app/Contents/Info.plist"),
+                      "{ CFBundleIdentifier = com.velmora.product; CFBundleShortVersionString = \"1\"; }");
         run.tmp.write(QStringLiteral("Apps/Suite/Extra.bin"), "old extra");
+        // The user's own files beside the product, one in a folder the wrapper also has.
+        run.tmp.write(QStringLiteral("Apps/Suite/Projects/mywork.txt"), "the user's work");
+        run.tmp.write(QStringLiteral("Apps/Suite/Notes.txt"), "the user's notes");
         chownTree(run.apps, user);
         run.destination = run.apps + QStringLiteral("/Suite/Product.app");
         run.previous = snapshotTree(run.destination);
+        run.notes = describeItem(run.apps + QStringLiteral("/Suite/Notes.txt"));
         run.product = snapshotTree(run.source);
         QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), user.home + QStringLiteral("/.local")});
         const QString share = user.home + QStringLiteral("/.local/share");
@@ -210,23 +257,6 @@ protected:
         return {code, fired};
     }
 
-    bool restoreAsUser(const Run& run)
-    {
-        QProcess restore;
-        QProcessEnvironment environment;
-        environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
-        environment.insert(QStringLiteral("HOME"), user.home);
-        environment.insert(QStringLiteral("XDG_DATA_HOME"), user.home + QStringLiteral("/.local/share"));
-        restore.setProcessEnvironment(environment);
-        restore.start(QStringLiteral("/usr/bin/setpriv"),
-                      {QStringLiteral("--reuid=%1").arg(user.uid), QStringLiteral("--regid=%1").arg(user.gid),
-                       QStringLiteral("--clear-groups"), QStringLiteral("trash-restore"), run.destination});
-        restore.write("0\n");
-        restore.closeWriteChannel();
-        restore.waitForFinished(20000);
-        return snapshotTree(run.destination) == *run.previous;
-    }
-
     // A file of the user's where the Trash folder belongs.
     void blockTrash()
     {
@@ -305,12 +335,15 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
                 outcome = "previous kept";
             else if (withoutOwners(now) == withoutOwners(*run.product))
                 outcome = "new copy";
-            else if (!QFile::exists(destination) && cell.fault == Fault::Kill &&
-                     (cell.step == Step::Trash || cell.step == Step::FinalRename) && restoreAsUser(run))
-                outcome = "empty; restored from Trash";
             else
                 ADD_FAILURE() << where << ": destination neither previous nor new copy", outcome = "DAMAGED";
+            const QString productFolder = QFileInfo(destination).path();
+            for (const QString& staging : stagingIn(productFolder)) {
+                if (QFile::exists(productFolder + u'/' + staging + QStringLiteral("/previous")))
+                    outcome += ", previous copy left for the next run";
+            }
             outcome += " (exit " + std::to_string(code) + ")";
+            EXPECT_EQ(describeItem(QFileInfo(destination).path() + QStringLiteral("/Notes.txt")), run.notes) << where;
             EXPECT_EQ(rootOwnedIn(user.home), QStringList()) << where;
 
             // The fault removed, the next run succeeds and leaves no debris.
@@ -320,9 +353,17 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
                 ::chmod(QFile::encodeName(run.tmp.path() + unreadable).constData(), 0644);
             if (cell.fault == Fault::NoTrash)
                 QFile::remove(user.home + QStringLiteral("/.local/share/Trash"));
+            // root's tool replaces only a copy of the product where it is: the user puts the
+            // folder back first.
+            if (privileged && cell.fault == Fault::FolderRemoved)
+                QDir().rename(moved, suite);
             const auto [again, unused] = install(run, privileged, std::nullopt, {});
             EXPECT_EQ(again, 0) << where << ": the next run";
             EXPECT_EQ(withoutOwners(snapshotTree(run.destination)), withoutOwners(*run.product)) << where;
+            const bool previousInTrash = !trashedCopiesOf(*run.previous, run.apps).isEmpty();
+            EXPECT_TRUE(previousInTrash || snapshotTree(moved + QStringLiteral("/Product.app")) == *run.previous)
+                << where << ": the previous copy is neither in the Trash nor where the folder went";
+            EXPECT_EQ(describeItem((QFile::exists(moved) ? moved : suite) + QStringLiteral("/Notes.txt")), run.notes) << where;
             for (const QString& folder : {run.apps, suite, moved})
                 EXPECT_EQ(stagingIn(folder), QStringList()) << where << " in " << folder.toStdString();
             EXPECT_EQ(rootOwnedIn(user.home), QStringList()) << where;
@@ -339,6 +380,86 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
                     std::cout << "  " << stepName << " x " << faultName << ": " << found->second << "\n";
             }
         }
+    }
+}
+
+// A wrapper whose target folder holds the user's files: what the wrapper does not name is
+// untouched, what it replaces (a folder of the user's work too) and the previous copy go
+// to the Trash, and trash-restore gives them back as they were.
+TEST_F(FaultMatrix, WrapperItemsItReplacesGoToTheTrashAndComeBack)
+{
+    for (const bool privileged : {false, true}) {
+        const char* where = privileged ? "privileged" : "plain";
+        Run run;
+        prepare(run, true, false);
+        const QString suite = run.apps + QStringLiteral("/Suite");
+        const auto projects = snapshotTree(suite + QStringLiteral("/Projects"));
+        const auto extra = describeItem(suite + QStringLiteral("/Extra.bin"));
+        const auto [code, unused] = install(run, privileged, std::nullopt, {});
+        ASSERT_EQ(code, 0) << where;
+        EXPECT_EQ(describeItem(suite + QStringLiteral("/Notes.txt")), run.notes) << where;
+        EXPECT_EQ(withoutOwners(snapshotTree(run.destination)), withoutOwners(*run.product)) << where;
+        EXPECT_EQ(trashedCopiesOf(*run.previous), QStringList{QStringLiteral("Product.app")}) << where;
+        EXPECT_EQ(trashedCopiesOf(projects), QStringList{QStringLiteral("Projects")}) << where;
+        EXPECT_EQ(QDir(trashFolder() + QStringLiteral("/files")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                  (QStringList{QStringLiteral("Extra.bin"), QStringLiteral("Product.app"), QStringLiteral("Projects")}))
+            << where;
+        // The user makes room and restores with an independent client.
+        for (const char* name : {"Projects", "Extra.bin"}) {
+            QDir().rename(suite + u'/' + QString::fromLatin1(name), run.tmp.file(QStringLiteral("new-") + QString::fromLatin1(name)));
+            asUser(QStringLiteral("trash-restore"), {suite + u'/' + QString::fromLatin1(name)}, "0\n");
+        }
+        EXPECT_EQ(withoutOwners(snapshotTree(suite + QStringLiteral("/Projects"))), withoutOwners(projects)) << where;
+        EXPECT_EQ(withoutOwners({{QStringLiteral("."), describeItem(suite + QStringLiteral("/Extra.bin"))}}),
+                  withoutOwners({{QStringLiteral("."), extra}})) << where;
+        EXPECT_EQ(rootOwnedIn(user.home), QStringList()) << where;
+    }
+}
+
+// A bundle name of 250 bytes (its record's name would be too long) updated twice, and a
+// sparse 1 GiB file into a 200 MB volume: both fit, as cp -a and a file manager manage.
+TEST_F(FaultMatrix, LongNamesAndSparseFilesFit)
+{
+    for (const bool privileged : {false, true}) {
+        const char* where = privileged ? "privileged" : "plain";
+        Run run;
+        const QString name = QString(246, u'L') + QStringLiteral(".app");
+        QFile::setPermissions(run.tmp.path(), QFile::permissions(run.tmp.path()) | QFile::ExeOther | QFile::ReadOther);
+        run.source = run.tmp.mkdir(QStringLiteral("src/") + name);
+        run.tmp.write(QStringLiteral("src/") + name + QStringLiteral("/Contents/Info.plist"), "{ CFBundleIdentifier = com.velmora.long; }");
+        const QString sparse = run.source + QStringLiteral("/Contents/Resources/Sparse.bin");
+        QDir().mkpath(QFileInfo(sparse).path());
+        QFile file(sparse);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(qint64(1) << 30));
+        file.seek((qint64(1) << 29));
+        file.write("data in the middle");
+        file.close();
+        run.apps = run.tmp.mkdir(QStringLiteral("Apps"));
+        if (::mount("tmpfs", QFile::encodeName(run.apps).constData(), "tmpfs", 0, "size=200m") != 0)
+            GTEST_SKIP() << "mounting a tmpfs needs root";
+        m_mount = std::make_unique<QString>(run.apps);
+        run.destination = run.apps + u'/' + name;
+        run.tmp.write(QStringLiteral("Apps/") + name + QStringLiteral("/Contents/Info.plist"), "{ CFBundleIdentifier = com.velmora.long; }");
+        chownTree(run.apps, user);
+        QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), user.home + QStringLiteral("/.local")});
+        for (int update = 1; update <= 2; ++update) {
+            const auto [code, unused] = install(run, privileged, std::nullopt, {});
+            EXPECT_EQ(code, 0) << where << ", update " << update;
+        }
+        struct stat info {};
+        ASSERT_EQ(::stat(QFile::encodeName(run.destination + QStringLiteral("/Contents/Resources/Sparse.bin")).constData(), &info), 0) << where;
+        EXPECT_EQ(info.st_size, qint64(1) << 30) << where;
+        EXPECT_LT(qint64(info.st_blocks) * 512, qint64(1) << 20) << where;
+        QFile copied(run.destination + QStringLiteral("/Contents/Resources/Sparse.bin"));
+        ASSERT_TRUE(copied.open(QIODevice::ReadOnly));
+        copied.seek(qint64(1) << 29);
+        EXPECT_EQ(copied.read(18), QByteArray("data in the middle")) << where;
+        // Both previous copies are in the volume's trash under shortened, distinct names,
+        // and the Trash's own client lists them under the whole path.
+        const QString trash = run.apps + QStringLiteral("/.Trash-%1").arg(user.uid);
+        EXPECT_EQ(QDir(trash + QStringLiteral("/files")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 2) << where;
+        EXPECT_EQ(asUser(QStringLiteral("trash-list"), {}).count(run.destination), 2) << where;
+        unmount();
     }
 }
 

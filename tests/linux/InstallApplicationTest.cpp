@@ -120,14 +120,14 @@ TEST_F(InstallApplicationTest, WrapperItemsLandBesideTheProduct)
     EXPECT_TRUE(QFile::exists(applications + QStringLiteral("/Suite/Read Me.txt")));
     EXPECT_TRUE(versionAt(fresh).contains(u'2'));
 
-    // Target folder present with an old item: the item is replaced for good, the previous
-    // product (the wrapper's own copy of it) goes to the trash and the source is copied.
+    // Target folder present with an old item: the old item and the previous product go to
+    // the trash, the wrapper's own copy of the product is passed over for the source.
     tmp.write(QStringLiteral("Applications/Suite/Read Me.txt"), "old read me");
     ASSERT_EQ(InstallApplication(source, fresh, wrapper), InstallResultSuccess);
     QFile readMe(applications + QStringLiteral("/Suite/Read Me.txt"));
     ASSERT_TRUE(readMe.open(QIODevice::ReadOnly));
     EXPECT_EQ(readMe.readAll(), QByteArray("new read me"));
-    EXPECT_FALSE(trashCli(QStringLiteral("trash-list"), {}, dataHome).contains(QStringLiteral("Read Me")));
+    EXPECT_TRUE(trashCli(QStringLiteral("trash-list"), {}, dataHome).contains(QStringLiteral("Read Me")));
     EXPECT_TRUE(trashCli(QStringLiteral("trash-list"), {}, dataHome).contains(fresh));
 }
 
@@ -314,4 +314,41 @@ TEST_F(InstallApplicationTest, LinkAtTheDestinationIsTrashedNeverItsTarget)
         ASSERT_TRUE(QDir(destination).removeRecursively());
     }
     EXPECT_TRUE(trashCli(QStringLiteral("trash-list"), {}, dataHome).contains(destination));
+}
+
+// What a kill leaves beside the destination: the sweep of the next run trashes a previous
+// copy left in a staging folder of ours (under the path it had), removes our copy, and
+// touches nothing that carries no mark of ours, whatever its name.
+TEST_F(InstallApplicationTest, TheSweepTrashesALeftPreviousCopyAndTouchesNothingElse)
+{
+    const QString source = makeProduct(QStringLiteral("src/Product.app"), "3");
+    const QString destination = makeProduct(QStringLiteral("Applications/Product.app"), "2");
+    const QString killed = QStringLiteral("Applications/.Product.app.velmora-1-2");
+    tmp.write(killed + QStringLiteral("/.velmora-staging"), QByteArray::number(::geteuid()) + "\nProduct.app");
+    makeProduct(killed + QStringLiteral("/previous"), "1");
+    makeProduct(killed + QStringLiteral("/new"), "2");
+    tmp.write(QStringLiteral("Applications/.backup.velmora-1-2/thesis.tex"), "the user's thesis");
+    tmp.write(QStringLiteral("Applications/.notes.velmora-1-2"), "the user's notes");
+    // A mark of another uid (ours is ours even as root) is somebody else's.
+    tmp.write(QStringLiteral("Applications/.forged.velmora-1-2/.velmora-staging"),
+              QByteArray::number(::geteuid() == 0 ? 1 : 0) + "\nSomething.app");
+    tmp.write(QStringLiteral("Applications/.forged.velmora-1-2/new/data"), "the user's data");
+    const auto untouched = [&] {
+        auto all = snapshotTree(applications);
+        for (const QString& key : all.keys()) {
+            if (!key.contains(QStringLiteral("backup")) && !key.contains(QStringLiteral("notes")) && !key.contains(QStringLiteral("forged")))
+                all.remove(key);
+        }
+        return all;
+    };
+    const auto before = untouched();
+
+    ASSERT_EQ(InstallApplication(source, destination, QString()), InstallResultSuccess);
+    EXPECT_EQ(untouched(), before);
+    EXPECT_FALSE(QFile::exists(tmp.file(killed)));
+    EXPECT_TRUE(versionAt(destination).contains(u'3'));
+    const QString listed = trashCli(QStringLiteral("trash-list"), {}, dataHome);
+    EXPECT_EQ(listed.count(destination), 2) << listed.toStdString();
+    EXPECT_TRUE(versionAt(dataHome + QStringLiteral("/Trash/files/Product.app")).contains(u'1'));
+    EXPECT_TRUE(versionAt(dataHome + QStringLiteral("/Trash/files/Product 2.app")).contains(u'2'));
 }

@@ -55,6 +55,9 @@ struct Scratch
         tmp.write(QStringLiteral("Disk/Suite/Acme Tool.app/Contents/MacOS/Acme Tool"), "#!/bin/sh\n");
         tmp.write(QStringLiteral("Disk/Suite/Read Me.txt"), "read me");
         tmp.write(QStringLiteral("Applications/Suite/Acme Tool.app/Contents/Info.plist"), "{ CFBundleShortVersionString = \"1\"; }");
+        // The user's files beside the product: one the wrapper replaces, one it does not name.
+        tmp.write(QStringLiteral("Applications/Suite/Read Me.txt"), "old read me");
+        tmp.write(QStringLiteral("Applications/Suite/Projects/mywork.txt"), "the user's work");
         tmp.write(QStringLiteral("Applications/Acme Tool.app/Contents/Info.plist"), "{ CFBundleShortVersionString = \"1\"; }");
         tmp.write(QStringLiteral("Applications/Other.app/Contents/Info.plist"), "{}");
         tmp.write(QStringLiteral("bystander/file"), "untouched");
@@ -70,6 +73,7 @@ struct Outcome
     QString productName, destination;
     QMap<QString, QByteArray> applications;
     QStringList trash;
+    QString trashedVersion; // of the trashed product
     bool operator==(const Outcome&) const = default;
 };
 
@@ -123,9 +127,16 @@ protected:
         for (QByteArray& item : outcome.applications)
             item = QString::fromUtf8(item).remove(QRegularExpression(QStringLiteral(" mtime=[0-9.]+"))).toUtf8();
         outcome.trash = QDir(data + QStringLiteral("/Trash/files")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+        QFile trashed(data + QStringLiteral("/Trash/files/Acme Tool.app/Contents/Info.plist"));
+        if (trashed.open(QIODevice::ReadOnly))
+            outcome.trashedVersion = QString::fromUtf8(trashed.readAll());
         const QString touched = QFileInfo(outcome.destination).path().mid(scratch.root().size() + 1);
         const auto after = snapshotTree(scratch.root());
         for (const QString& key : before.keys() + after.keys()) {
+            // The user's file is never touched, even in the product's folder.
+            if (key.contains(QStringLiteral("Projects/"))) {
+                EXPECT_EQ(before.value(key), after.value(key)) << key.toStdString() << " changed with " << words.join(u' ').toStdString();
+            }
             if (key.startsWith(touched + u'/') || key == touched || key.startsWith(QStringLiteral("home/")) ||
                 key == u"Applications" || key == u".")
                 continue;
@@ -168,6 +179,12 @@ TEST_F(PathForms, EveryFormOfThePathsGivesTheCanonicalOutcome)
                         EXPECT_TRUE(outcome.destination.endsWith(withWrapper ? QStringLiteral("/Applications/Suite/Acme Tool.app")
                                                                              : QStringLiteral("/Applications/Acme Tool.app")))
                             << outcome.destination.toStdString() << " from " << words.join(u' ').toStdString();
+                        // The previous copy, never a copy of the new one, is in the Trash, with
+                        // the wrapper's replaced item.
+                        const QStringList trashed = withWrapper ? QStringList{QStringLiteral("Acme Tool.app"), QStringLiteral("Read Me.txt")}
+                                                                : QStringList{QStringLiteral("Acme Tool.app")};
+                        EXPECT_EQ(outcome.trash, trashed) << words.join(u' ').toStdString();
+                        EXPECT_TRUE(outcome.trashedVersion.contains(QStringLiteral("\"1\""))) << words.join(u' ').toStdString();
                         Outcome comparable = outcome;
                         comparable.destination = outcome.destination.mid(scratch.root().size());
                         if (!canonical)

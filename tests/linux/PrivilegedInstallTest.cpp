@@ -12,6 +12,7 @@
 #include "TestApps.h"
 #include "TreeSnapshot.h"
 
+#include <QDirIterator>
 #include <QImage>
 #include <QProcess>
 #include <QThread>
@@ -19,6 +20,11 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <functional>
+#include <iostream>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 namespace {
 
@@ -373,6 +379,224 @@ TEST(RealPkexec, WithoutAnAgentTheUserCannotBeAsked)
     const QByteArray printed = asUser.readAllStandardOutput().trimmed();
     EXPECT_EQ(printed, QByteArray::number(int(RVAuthorization::Outcome::Kind::NoAgent)) + " 0 0 0")
         << printed.toStdString() << asUser.readAllStandardError().toStdString();
+}
+
+} // namespace
+
+namespace {
+
+// train run directly as root with what a hostile caller can choose: its arguments and
+// PKEXEC_UID. Each case says what was refused; a snapshot shows that nothing else changed,
+// and nothing root-only became the user's.
+class HostileTrain : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        const QByteArray name = qgetenv("RV_TEST_USER");
+        const struct passwd* entry = name.isEmpty() ? nullptr : ::getpwnam(name.constData());
+        if (!entry || ::getuid() != 0)
+            GTEST_SKIP() << "needs root and the user of tests/linux/with-test-user.sh";
+        uid = entry->pw_uid;
+        gid = entry->pw_gid;
+        home = QFile::decodeName(entry->pw_dir);
+        QFile::setPermissions(tmp.path(), QFile::permissions(tmp.path()) | QFile::ExeOther | QFile::ReadOther);
+        QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), home + QStringLiteral("/.local")});
+    }
+    void TearDown() override { QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), home + QStringLiteral("/.local")}); }
+
+    int train(const QStringList& arguments, const QByteArray& pkexecUid)
+    {
+        QProcess process;
+        QProcessEnvironment environment;
+        environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
+        if (!pkexecUid.isNull())
+            environment.insert(QStringLiteral("PKEXEC_UID"), QString::fromLatin1(pkexecUid));
+        process.setProcessEnvironment(environment);
+        process.start(kTrain, arguments);
+        process.waitForFinished(60000);
+        log = QString::fromUtf8(process.readAllStandardError());
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+
+    QString product(const QString& relative, const char* identifier, const char* version)
+    {
+        return tmp.write(relative + QStringLiteral("/Contents/Info.plist"),
+                         QByteArray("{ CFBundleIdentifier = ") + identifier + "; CFBundleShortVersionString = " + version + "; }")
+            .section(QStringLiteral("/Contents/"), 0, 0);
+    }
+
+    TempDir tmp;
+    uid_t uid = 0;
+    gid_t gid = 0;
+    QString home, log;
+};
+
+TEST_F(HostileTrain, RefusesWhatItMustNotTrustAndExposesNothing)
+{
+    const QString trashFiles = home + QStringLiteral("/.local/share/Trash/files/Product.app");
+    struct Case
+    {
+        const char* name;
+        std::function<QStringList()> arrange; // the arguments
+        QByteArray pkexecUid;
+        int exit;
+        std::function<void(const QStringList&)> check; // beyond the snapshot
+        const char* changes = nullptr;               // the one place that may change
+    };
+    const auto userProduct = [&] {
+        const QString source = product(QStringLiteral("src/Suite/Product.app"), "com.velmora.product", "2");
+        QProcess::execute(QStringLiteral("chown"), {QStringLiteral("-R"), QStringLiteral("%1:%2").arg(uid).arg(gid), tmp.file(QStringLiteral("src"))});
+        return source;
+    };
+    const auto previous = [&] { return product(QStringLiteral("Apps/Product.app"), "com.velmora.product", "1"); };
+    const QByteArray rootLocal = describeItem(QStringLiteral("/.local"));
+    const auto isRootOnly = [](const QString& path) {
+        struct stat info {};
+        return ::lstat(QFile::encodeName(path).constData(), &info) == 0 && info.st_uid == 0 && (info.st_mode & 077) == 0;
+    };
+    const Case cases[] = {
+        {"unrelated wrapper over a root-owned file elsewhere",
+         [&] {
+             tmp.write(QStringLiteral("user/Config/passwd"), "the user's");
+             tmp.write(QStringLiteral("system/Config/passwd"), "root's");
+             return QStringList{userProduct(), tmp.file(QStringLiteral("system/Config/Product.app")), tmp.file(QStringLiteral("user/Config"))};
+         },
+         QByteArray::number(uid), 64, {}},
+        {"wrapper whose name the destination's folder does not bear",
+         [&] { return QStringList{userProduct(), previous(), tmp.file(QStringLiteral("src/Suite"))}; }, QByteArray::number(uid), 64, {}},
+        {"destination in /etc", [&] { return QStringList{userProduct(), QStringLiteral("/etc/velmora-hostile.app")}; },
+         QByteArray::number(uid), 64, [](const QStringList&) { EXPECT_FALSE(QFile::exists(QStringLiteral("/etc/velmora-hostile.app"))); }},
+        {"destination in /usr", [&] { return QStringList{userProduct(), QStringLiteral("/usr/local/velmora-hostile.app")}; },
+         QByteArray::number(uid), 64, [](const QStringList&) { EXPECT_FALSE(QFile::exists(QStringLiteral("/usr/local/velmora-hostile.app"))); }},
+        {"destination over another product",
+         [&] { return QStringList{userProduct(), product(QStringLiteral("Apps/Other.app"), "com.other", "1")}; },
+         QByteArray::number(uid), 64, {}},
+        {"PKEXEC_UID naming no user", [&] { return QStringList{userProduct(), previous()}; }, "3999999", 64,
+         [&](const QStringList&) { EXPECT_EQ(describeItem(QStringLiteral("/.local")), rootLocal) << "a trash made in /"; }},
+        {"PKEXEC_UID that is no number", [&] { return QStringList{userProduct(), previous()}; }, "1000; rm", 64, {}},
+        {"set-uid and set-gid items of the user's become root's plain files",
+         [&] {
+             const QString source = userProduct();
+             tmp.write(QStringLiteral("src/Suite/Product.app/Contents/MacOS/tool"), "#!/bin/sh\n");
+             QProcess::execute(QStringLiteral("chown"), {QStringLiteral("-R"), QStringLiteral("%1:%2").arg(uid).arg(gid), source});
+             ::chmod(QFile::encodeName(source + QStringLiteral("/Contents/MacOS/tool")).constData(), 06755);
+             ::chmod(QFile::encodeName(source + QStringLiteral("/Contents/MacOS")).constData(), 02755);
+             return QStringList{source, previous()};
+         },
+         QByteArray::number(uid), 0,
+         [&](const QStringList& arguments) {
+             QDirIterator it(arguments[1], QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+             while (it.hasNext()) {
+                 struct stat info {};
+                 ::lstat(QFile::encodeName(it.next()).constData(), &info);
+                 EXPECT_EQ(info.st_uid, 0u) << it.filePath().toStdString();
+                 EXPECT_EQ(info.st_mode & (S_ISUID | S_ISGID), 0u) << it.filePath().toStdString();
+             }
+         },
+         "Apps"},
+        {"a device in the source",
+         [&] {
+             const QString source = userProduct();
+             ::mknod(QFile::encodeName(source + QStringLiteral("/Contents/null")).constData(), S_IFCHR | 0666, makedev(1, 3));
+             return QStringList{source, previous()};
+         },
+         QByteArray::number(uid), 2, {}},
+        {"a FIFO in the source",
+         [&] {
+             const QString source = userProduct();
+             ::mkfifo(QFile::encodeName(source + QStringLiteral("/Contents/fifo")).constData(), 0666);
+             return QStringList{source, previous()};
+         },
+         QByteArray::number(uid), 2, {}},
+        {"a root-only file in the previous copy stays root's in the user's Trash",
+         [&] {
+             const QString destination = previous();
+             tmp.write(QStringLiteral("Apps/Product.app/Contents/secret"), "root's only", QFile::ReadOwner | QFile::WriteOwner);
+             tmp.write(QStringLiteral("Apps/Product.app/Contents/Private/key"), "root's only");
+             ::chmod(QFile::encodeName(destination + QStringLiteral("/Contents/Private")).constData(), 0700);
+             return QStringList{userProduct(), destination};
+         },
+         QByteArray::number(uid), 0,
+         [&](const QStringList&) {
+             EXPECT_TRUE(isRootOnly(trashFiles + QStringLiteral("/Contents/secret")));
+             EXPECT_TRUE(isRootOnly(trashFiles + QStringLiteral("/Contents/Private")));
+             struct stat info {};
+             ::lstat(QFile::encodeName(trashFiles + QStringLiteral("/Contents/Info.plist")).constData(), &info);
+             EXPECT_EQ(info.st_uid, uid) << "what the user could read is theirs to delete";
+         },
+         "Apps"},
+    };
+    // PKEXEC_UID 0 acts for root; its trash is kept on a volume of this test.
+    const QString volume = tmp.mkdir(QStringLiteral("volume"));
+    const TmpfsMount mount(volume, "size=16m");
+    ASSERT_TRUE(mount.mounted());
+    const Case forRoot = {"PKEXEC_UID 0 keeps root's previous copy root's",
+                          [&] { return QStringList{userProduct(), product(QStringLiteral("volume/Product.app"), "com.velmora.product", "1")}; },
+                          "0", 0,
+                          [&](const QStringList&) {
+                              struct stat info {};
+                              EXPECT_EQ(::lstat(QFile::encodeName(volume + QStringLiteral("/.Trash-0/files/Product.app/Contents/Info.plist"))
+                                                    .constData(),
+                                                &info),
+                                        0);
+                              EXPECT_EQ(info.st_uid, 0u);
+                              EXPECT_FALSE(QFile::exists(home + QStringLiteral("/.local/share/Trash")));
+                          },
+                          "volume"};
+    std::vector<Case> all(std::begin(cases), std::end(cases));
+    all.push_back(forRoot);
+    for (const Case& c : all) {
+        QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), tmp.file(QStringLiteral("src")), tmp.file(QStringLiteral("Apps")),
+                                                 home + QStringLiteral("/.local")});
+        const QStringList arguments = c.arrange();
+        const auto before = snapshotTree(tmp.path());
+        const auto homeBefore = snapshotTree(home);
+        EXPECT_EQ(train(arguments, c.pkexecUid), c.exit) << c.name << "\n" << log.toStdString();
+        std::cout << c.name << ": exit " << c.exit << ", " << log.section(u'\n', 0, 0).toStdString() << std::endl;
+        const auto after = snapshotTree(tmp.path());
+        for (const QString& key : before.keys() + after.keys()) {
+            // The folder's own times change with a staging folder made and gone again.
+            if (key == u"Apps" || key == u"volume" ||
+                (c.changes && (key == QLatin1String(c.changes) || key.startsWith(QLatin1String(c.changes) + u'/'))))
+                continue;
+            EXPECT_EQ(before.value(key), after.value(key)) << c.name << ": " << key.toStdString();
+        }
+        if (c.exit != 0) {
+            EXPECT_EQ(snapshotTree(home), homeBefore) << c.name;
+        }
+        if (c.check)
+            c.check(arguments);
+    }
+}
+
+// The user's home reached through a link (/home -> /var/home): a link of root's in a
+// folder only root may write is followed, one in a folder anybody may write is not.
+TEST_F(HostileTrain, TheUsersHomeThroughALinkOfRoots)
+{
+    const QString links = tmp.mkdir(QStringLiteral("links"));
+    ASSERT_TRUE(QFile::link(QFileInfo(home).path(), links + QStringLiteral("/home")));
+    const QString linkedHome = links + QStringLiteral("/home/") + QFileInfo(home).fileName();
+    const QByteArray name = qgetenv("RV_TEST_USER");
+    ASSERT_EQ(QProcess::execute(QStringLiteral("usermod"), {QStringLiteral("-d"), linkedHome, QString::fromUtf8(name)}), 0);
+    for (const bool anybodyMayWrite : {false, true}) {
+        ::chmod(QFile::encodeName(links).constData(), anybodyMayWrite ? 01777 : 0755);
+        QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), tmp.file(QStringLiteral("Apps")), home + QStringLiteral("/.local")});
+        const QString source = product(QStringLiteral("src/Product.app"), "com.velmora.product", "2");
+        const QString destination = product(QStringLiteral("Apps/Product.app"), "com.velmora.product", "1");
+        const auto previous = snapshotTree(destination);
+        const int exit = train({source, destination}, QByteArray::number(uid));
+        std::cout << "home through a link in a folder " << (anybodyMayWrite ? "anybody" : "only root") << " may write: exit "
+                  << exit << std::endl;
+        if (anybodyMayWrite) {
+            EXPECT_EQ(exit, 1) << log.toStdString();
+            EXPECT_EQ(snapshotTree(destination), previous);
+        } else {
+            EXPECT_EQ(exit, 0) << log.toStdString();
+            EXPECT_EQ(snapshotTree(home + QStringLiteral("/.local/share/Trash/files/Product.app")).keys(), previous.keys());
+        }
+    }
+    QProcess::execute(QStringLiteral("usermod"), {QStringLiteral("-d"), home, QString::fromUtf8(name)});
 }
 
 } // namespace

@@ -23,13 +23,6 @@ public:
     bool itemExists(const QString& path) override { return existing.contains(path); }
     std::optional<QStringList> contentsOfDirectory(const QString&) override { return std::nullopt; }
     bool removeItem(const QString& path) override { return existing.remove(path); }
-    bool copyItem(const QString&, const QString& target) override
-    {
-        if (existing.contains(target))
-            return false;
-        existing.insert(target);
-        return true;
-    }
     QString stageCopy(const QString&, const QString& target) override
     {
         const QString staged = target + QStringLiteral(".staged");
@@ -43,6 +36,14 @@ public:
         existing.insert(target);
         return true;
     }
+    QString exchangeIntoPlace(const QString& staged, const QString& target) override
+    {
+        if (!existing.contains(target) || !existing.remove(staged))
+            return {};
+        existing.insert(target + QStringLiteral(".previous"));
+        return target + QStringLiteral(".previous");
+    }
+    bool putBackExchanged(const QString& previous, const QString&) override { return existing.remove(previous); }
     void discardStaged(const QString& staged) override { existing.remove(staged); }
     void removeAbandonedStaging(const QString&) override {}
     std::shared_ptr<void> lockFolder(const QString& folder) override { return std::make_shared<QString>(folder); }
@@ -82,10 +83,10 @@ public:
         calls << QStringLiteral("recycle %1 %2").arg(folder, names.join(u','));
         return recycleSucceeds;
     }
-    bool putBackRecycled(const QString& path) override
+    bool recycleReplaced(const QString& path, const QString& originalPath) override
     {
-        calls << QStringLiteral("put back ") + path;
-        return true;
+        calls << QStringLiteral("recycle %1 as %2").arg(path, originalPath);
+        return recycleSucceeds;
     }
     void noteFileSystemChanged(const QString& path) override { calls << QStringLiteral("changed ") + path; }
     QString iconForFile(const QString& path) override
