@@ -1,5 +1,6 @@
 #include "InstallFunction.h"
 
+#include "InstallSignature.h"
 #include "RVLog.h"
 #include "RVPaths.h"
 #include "RVPlatform.h"
@@ -96,11 +97,18 @@ int installWrapperItems(const QString& wrapper, const QString& targetFolder)
 
 // The new copy is complete beside the destination before the previous one leaves: a
 // failure at any step leaves the previous copy where it was.
-int replaceProduct(const QString& source, const QString& destination)
+int replaceProduct(const QString& source, const QString& destination, bool* untrusted)
 {
     const QString staged = files().stageCopy(source, destination);
     if (staged.isNull()) {
         RVLog(QStringLiteral("ERROR -- Could not copy myself to %@"), destination);
+        return InstallResultCopyFailed;
+    }
+    // Decided on the very copy that will be renamed into place, not on the source.
+    if (!verifyStagedCopy(staged, destination)) {
+        files().discardStaged(staged);
+        if (untrusted)
+            *untrusted = true;
         return InstallResultCopyFailed;
     }
     const bool hadPrevious = files().itemExists(destination);
@@ -130,7 +138,7 @@ QString ResolvedDestination(const QString& destination)
         lastPathComponent(destination));
 }
 
-int InstallApplication(const QString& source, const QString& destination, const QString& wrapper)
+int InstallApplication(const QString& source, const QString& destination, const QString& wrapper, bool* untrusted)
 {
     const Paths paths = resolved(source, destination, wrapper);
     // Installing a product over itself would trash the only copy; there is nothing to do.
@@ -156,7 +164,7 @@ int InstallApplication(const QString& source, const QString& destination, const 
         if (result != InstallResultSuccess)
             return result;
     }
-    const int result = replaceProduct(paths.source, paths.destination);
+    const int result = replaceProduct(paths.source, paths.destination, untrusted);
     if (result == InstallResultSuccess)
         workspace().noteFileSystemChanged(paths.destination);
     return result;

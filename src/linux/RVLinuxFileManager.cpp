@@ -223,3 +223,26 @@ bool RVLinuxFileManager::createAndRemoveProbeFile(const QString& path)
     ::unlink(name.constData());
     return true;
 }
+
+std::optional<RVBundleSignature::Tree> RVLinuxFileManager::readSignedTree(const QString& path, bool walk)
+{
+    std::shared_ptr<RVFd> staging;
+    {
+        std::lock_guard lock(m_stagingMutex);
+        staging = m_stagingFolders.value(path);
+    }
+    QString error;
+    std::optional<RVBundleSignature::Tree> tree;
+    if (staging) {
+        tree = RVBundleSignature::readTree(staging->get(), encoded(RVPaths::lastPathComponent(path)), walk, &error);
+    } else {
+        const RVSafePath::Parent parent = RVSafePath::openParent(RVPaths::standardizedPath(path));
+        if (parent.folder.valid())
+            tree = RVBundleSignature::readTree(parent.folder.get(), parent.name, walk, &error);
+        else
+            error = lastError();
+    }
+    if (!tree)
+        RVLog(QStringLiteral("cannot read %@: %@"), path, error);
+    return tree;
+}

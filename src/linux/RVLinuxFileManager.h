@@ -27,6 +27,7 @@ public:
     bool isSameItem(const QString& a, const QString& b) override;
     bool canOpenForReadingAndWriting(const QString& path) override;
     bool createAndRemoveProbeFile(const QString& path) override;
+    std::optional<RVBundleSignature::Tree> readSignedTree(const QString& path, bool walk) override;
 
 private:
     // The folder each staged copy was made in, held open until the copy is placed or gone.

@@ -3,8 +3,10 @@
 // .app folder as the source, and no symbolic link in any component of any path (the user
 // may own a folder on the way and swap it for a link at any moment). It runs the
 // installer's own copy procedure, with its refusals, and the previous copy goes to the
-// Trash of the user who asked (PKEXEC_UID).
+// Trash of the user who asked (PKEXEC_UID). The new copy's signature is checked here, on
+// the copy root staged, against the key of the copy it replaces.
 #include "InstallFunction.h"
+#include "InstallSignature.h"
 #include "RVLinuxFileManager.h"
 #include "RVLinuxLauncher.h"
 #include "RVLinuxWorkspace.h"
@@ -71,7 +73,8 @@ int main(int argc, char* argv[])
     RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(),
                          .workspace = std::make_shared<RVLinuxWorkspace>(
                              std::make_shared<RVLinuxLauncher>(), QStringLiteral("/Applications"))});
-    const int result = InstallApplication(source, destination, wrapper);
+    bool untrusted = false;
+    const int result = InstallApplication(source, destination, wrapper, &untrusted);
     RVLog(QStringLiteral("install %@ -> %@: %d"), source, destination, result);
-    return result;
+    return untrusted ? kTrainExitUntrusted : result;
 }

@@ -63,6 +63,10 @@ public:
         probes << path;
         return probeSucceeds;
     }
+    std::optional<RVBundleSignature::Tree> readSignedTree(const QString&, bool) override
+    {
+        return RVBundleSignature::Tree(); // unsigned, naming no key
+    }
 };
 
 class FakeWorkspace : public RVWorkspace
