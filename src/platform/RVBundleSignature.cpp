@@ -1,5 +1,6 @@
 #include "RVBundleSignature.h"
 
+#include "RVFd.h"
 #include "RVPropertyList.h"
 
 #include <QFile>
@@ -8,11 +9,14 @@
 #include <sodium.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <string>
+#include <thread>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -31,23 +35,7 @@ bool sodiumReady()
     return ready;
 }
 
-class Fd
-{
-public:
-    explicit Fd(int fd) : m_fd(fd) {}
-    ~Fd()
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-    int get() const { return m_fd; }
-    bool valid() const { return m_fd >= 0; }
-
-private:
-    int m_fd;
-};
+using Fd = RVFd;
 
 QString failure(const std::string& what, const std::string& path)
 {
@@ -113,9 +101,9 @@ public:
     QByteArray infoPlist;
     QString error;
 
-    bool walk(int folder, const std::string& relative)
+    bool walk(const std::shared_ptr<Fd>& folder, const std::string& relative)
     {
-        const auto names = namesIn(folder);
+        const auto names = namesIn(folder->get());
         if (!names)
             return fail("cannot list", relative);
         for (const std::string& name : *names) {
@@ -126,29 +114,70 @@ public:
         return true;
     }
 
-private:
     bool fail(const char* what, const std::string& path)
     {
         error = failure(what, path);
         return false;
     }
 
-    bool visit(int folder, const std::string& name, const std::string& path)
+    // Hashing is most of the work: the files are read on a few threads at once.
+    bool hashFiles()
     {
+        const unsigned threads = std::clamp(std::thread::hardware_concurrency(), 1u, 4u);
+        std::atomic<std::size_t> next{0};
+        const auto work = [&] {
+            for (std::size_t i = next++; i < m_files.size(); i = next++) {
+                FileJob& job = m_files[i];
+                job.contents = readFile(job.folder->get(), job.name.c_str(), &job.digest, job.isInfo ? kLargestInfoPlist : 0);
+            }
+        };
+        std::vector<std::thread> pool;
+        for (unsigned t = 1; t < threads; ++t)
+            pool.emplace_back(work);
+        work();
+        for (std::thread& thread : pool)
+            thread.join();
+        for (FileJob& job : m_files) {
+            Entry& entry = entries[job.entry];
+            if (!job.contents)
+                return fail("cannot read", entry.path.toStdString());
+            entry.detail = job.digest;
+            if (job.isInfo && (infoPlist.isNull() || entry.path.startsWith('C')))
+                infoPlist = *job.contents;
+        }
+        return true;
+    }
+
+private:
+    struct FileJob
+    {
+        std::shared_ptr<Fd> folder;
+        std::string name;
+        qsizetype entry;
+        bool isInfo;
+        QByteArray digest;
+        std::optional<QByteArray> contents;
+    };
+    std::vector<FileJob> m_files;
+
+    bool visit(const std::shared_ptr<Fd>& parent, const std::string& name, const std::string& path)
+    {
+        const int folder = parent->get();
         struct stat info {};
         if (::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
             return fail("cannot read", path);
         const QByteArray raw = QByteArray::fromStdString(path);
         if (S_ISDIR(info.st_mode)) {
-            const Fd inner(::openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-            if (!inner.valid())
+            const auto inner =
+                std::make_shared<Fd>(::openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+            if (!inner->valid())
                 return fail("cannot open folder", path);
             const bool signatureFolder = path == kFolder;
             if (signatureFolder)
-                takeSignature(inner.get());
+                takeSignature(inner->get());
             else
                 entries.append({'d', raw, {}});
-            return walk(inner.get(), path);
+            return walk(inner, path);
         }
         if (S_ISLNK(info.st_mode)) {
             std::vector<char> target(std::size_t(info.st_size > 0 ? info.st_size : 4096) + 1);
@@ -164,14 +193,9 @@ private:
         }
         if (isTaken(path))
             return true;
-        QByteArray digest;
         const bool isInfo = path == "Contents/Info.plist" || path == "Resources/Info-gnustep.plist";
-        const auto contents = readFile(folder, name.c_str(), &digest, isInfo ? kLargestInfoPlist : 0);
-        if (!contents)
-            return fail("cannot read", path);
-        if (isInfo && (infoPlist.isNull() || path.front() == 'C'))
-            infoPlist = *contents;
-        entries.append({(info.st_mode & 0111) ? 'x' : 'f', raw, digest});
+        m_files.push_back({parent, name, entries.size(), isInfo, {}, {}});
+        entries.append({(info.st_mode & 0111) ? 'x' : 'f', raw, {}});
         return true;
     }
 
@@ -267,18 +291,18 @@ QString differenceBetween(const QByteArray& signedManifest, const QByteArray& ac
 
 std::optional<Tree> readTree(int folder, const QByteArray& name, bool walk, QString* error)
 {
-    const Fd root(::openat(folder, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!root.valid()) {
+    const auto root = std::make_shared<Fd>(::openat(folder, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!root->valid()) {
         if (error)
             *error = failure("cannot open", name.toStdString());
         return std::nullopt;
     }
     if (!walk)
-        return readKeyOnly(root.get());
+        return readKeyOnly(root->get());
     if (!sodiumReady())
         return std::nullopt;
     Walker walker;
-    if (!walker.walk(root.get(), {})) {
+    if (!walker.walk(root, {}) || !walker.hashFiles()) {
         if (error)
             *error = walker.error;
         return std::nullopt;
