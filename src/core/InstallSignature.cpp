@@ -24,16 +24,18 @@ bool verifyStagedCopy(const QString& staged, const QString& destination)
         if (previous && previous->namesKey)
             keys << previous->publicKey;
     }
+    // A glance first: an unsigned bundle that nothing asks to be signed is not hashed.
+    const auto outline = files.readSignedTree(staged, false);
+    if (outline && keys.isEmpty() && !outline->namesKey && outline->storedManifest.isNull() &&
+        outline->signatures.isNull()) {
+        RVLog(QStringLiteral("%@ is not signed and names no key; installed unchecked"), destination);
+        return true;
+    }
     const auto tree = files.readSignedTree(staged, true);
     if (!tree)
         return refuse(destination, QStringLiteral("the new copy cannot be read"));
     if (tree->namesKey && !keys.contains(tree->publicKey))
         keys << tree->publicKey;
-    const bool carriesSignature = !tree->storedManifest.isNull() || !tree->signatures.isNull();
-    if (keys.isEmpty() && !carriesSignature) {
-        RVLog(QStringLiteral("%@ is not signed and names no key; installed unchecked"), destination);
-        return true;
-    }
     // Signed but naming no key anywhere: still checked against its own signatures, for damage.
     if (keys.isEmpty()) {
         for (const auto& signature : RVBundleSignature::parseSignatures(tree->signatures).value_or(

@@ -28,6 +28,8 @@ namespace {
 constexpr char kHeader[] = "velmora-manifest 1\n";
 constexpr qsizetype kDigestHex = 2 * crypto_hash_sha256_BYTES;
 constexpr off_t kLargestInfoPlist = 1 << 20;
+constexpr off_t kLargestManifest = 64 << 20;
+constexpr off_t kLargestSignatures = 4096;
 
 bool sodiumReady()
 {
@@ -90,6 +92,12 @@ std::optional<QByteArray> readFile(int folder, const char* name, QByteArray* dig
         *digest = QByteArray(reinterpret_cast<const char*>(out), sizeof out).toHex();
     }
     return kept;
+}
+
+// A file that is there reads as non-null, even when empty.
+QByteArray presentOrNull(const std::optional<QByteArray>& contents)
+{
+    return contents ? (contents->isNull() ? QByteArray("") : *contents) : QByteArray();
 }
 
 class Walker
@@ -202,14 +210,12 @@ private:
     // The signature files are read, not listed; anything else in their folder is listed.
     void takeSignature(int folder)
     {
-        if (const auto manifest = readFile(folder, kManifestName, nullptr, 64 << 20)) {
-            storedManifest = manifest->isNull() ? QByteArray("") : *manifest;
+        storedManifest = presentOrNull(readFile(folder, kManifestName, nullptr, kLargestManifest));
+        if (!storedManifest.isNull())
             m_taken.push_back(std::string(kFolder) + "/" + kManifestName);
-        }
-        if (const auto text = readFile(folder, kSignaturesName, nullptr, 4096)) {
-            signatures = text->isNull() ? QByteArray("") : *text;
+        signatures = presentOrNull(readFile(folder, kSignaturesName, nullptr, kLargestSignatures));
+        if (!signatures.isNull())
             m_taken.push_back(std::string(kFolder) + "/" + kSignaturesName);
-        }
     }
     bool isTaken(const std::string& path) const
     {
@@ -232,6 +238,11 @@ Tree readKeyOnly(int root)
             tree.publicKey = publicKeyInInfoPlist(*plist, &tree.namesKey);
             break;
         }
+    }
+    const Fd signature(::openat(root, kFolder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (signature.valid()) {
+        tree.storedManifest = presentOrNull(readFile(signature.get(), kManifestName, nullptr, kLargestManifest));
+        tree.signatures = presentOrNull(readFile(signature.get(), kSignaturesName, nullptr, kLargestSignatures));
     }
     return tree;
 }

@@ -31,7 +31,8 @@ struct Tree
 };
 
 // Reads the bundle name inside the open folder; without walk, only the key in its
-// Info.plist. Null (error set) when the tree cannot be read to the end.
+// Info.plist and the signature files, as they are. Null (error set) when the tree cannot be
+// read to the end.
 std::optional<Tree> readTree(int folder, const QByteArray& name, bool walk, QString* error);
 std::optional<Tree> readTree(const QString& path, bool walk, QString* error);
 
