@@ -5,7 +5,7 @@ dir=$1
 seconds=${2:-15}
 here=$(cd "$(dirname "$0")" && pwd)
 status=0
-for target in arguments version plist openstep format resourcefork procstat richtext waveheader mountinfo; do
+for target in arguments version plist openstep format resourcefork procstat richtext waveheader mountinfo manifest; do
     corpus=$(mktemp -d)
     cp -r "$here/corpus/$target/." "$corpus/" 2>/dev/null || true
     # Inputs that once crashed a target are replayed by all of them.

@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>اقرأني</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>لم يتم تثبيت هذه النسخة من %1$@: فهي ليست من صانع النسخة المثبتة، أو أنها تالفة.</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>Bitte lesen</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>Diese Kopie von %1$@ wurde nicht installiert: Sie stammt nicht vom Hersteller der installierten Kopie oder ist beschädigt.</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -11,5 +11,9 @@
         <source>Try installing %1$@ manually by copying it to the Applications folder.</source>
         <translation>Try installing %1$@ manually by copying it to the applications folder (/Applications or ~/Applications).</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</translation>
+    </message>
 </context>
 </TS>

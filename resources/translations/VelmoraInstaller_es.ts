@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>Léame</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>Esta copia de %1$@ no se ha instalado: no procede del fabricante de la copia instalada o está dañada.</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

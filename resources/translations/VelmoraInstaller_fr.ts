@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>Lisez-moi</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>Cette copie de %1$@ n’a pas été installée : elle ne provient pas de l’éditeur de la copie installée, ou elle est endommagée.</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>Leggimi</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>Questa copia di %1$@ non è stata installata: non proviene dal produttore della copia installata oppure è danneggiata.</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

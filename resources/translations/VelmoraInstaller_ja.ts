@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>お読みください</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>この %1$@ はインストールされませんでした。インストール済みのものと同じ開発元のものではないか、破損しています。</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

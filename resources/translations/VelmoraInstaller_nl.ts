@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>Lees mij</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>Deze kopie van %1$@ is niet geïnstalleerd: ze is niet afkomstig van de maker van de geïnstalleerde kopie, of ze is beschadigd.</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>Przeczytaj</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>Ta kopia %1$@ nie została zainstalowana: nie pochodzi od producenta zainstalowanej kopii lub jest uszkodzona.</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

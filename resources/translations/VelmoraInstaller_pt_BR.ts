@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>Leia-me</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>Esta cópia de %1$@ não foi instalada: ela não é do fabricante da cópia instalada ou está danificada.</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>Прочтите</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>Эта копия %1$@ не установлена: она выпущена не производителем установленной копии или повреждена.</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

@@ -107,6 +107,10 @@
         <source>Read me</source>
         <translation>请阅读</translation>
     </message>
+    <message>
+        <source>This copy of %1$@ was not installed: it is not from the maker of the installed copy, or it is damaged.</source>
+        <translation>%1$@ 的此副本未安装：它并非来自已安装副本的开发者，或者已损坏。</translation>
+    </message>
 </context>
 <context>
     <name>InstallerWindow</name>

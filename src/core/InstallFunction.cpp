@@ -1,5 +1,6 @@
 #include "InstallFunction.h"
 
+#include "InstallSignature.h"
 #include "RVLog.h"
 #include "RVPaths.h"
 #include "RVPlatform.h"
@@ -148,15 +149,23 @@ int installWrapperItems(const QString& wrapper, const QString& targetFolder, con
     return InstallResultSuccess;
 }
 
-// The new copy is complete beside the destination before the previous one leaves, and one
-// exchange puts it in place: a failure at any step leaves the previous copy where it was,
-// and no instant is without a product there.
-int replaceProduct(const QString& source, const QString& destination)
+// The new copy is complete beside the destination, and its signature checked, before the
+// previous one leaves, and one exchange puts it in place: a failure at any step leaves the
+// previous copy where it was, and no instant is without a product there.
+int replaceProduct(const QString& source, const QString& destination, bool* untrusted)
 {
     // Step 1: the staged copy, complete.
     const QString staged = files().stageCopy(source, destination);
     if (staged.isNull()) {
         RVLog(QStringLiteral("ERROR -- Could not copy myself to %@"), destination);
+        return InstallResultCopyFailed;
+    }
+
+    // Decided on the very copy that will be exchanged into place, not on the source.
+    if (!verifyStagedCopy(staged, destination)) {
+        files().discardStaged(staged);
+        if (untrusted)
+            *untrusted = true;
         return InstallResultCopyFailed;
     }
 
@@ -183,7 +192,7 @@ QString ResolvedDestination(const QString& destination)
         lastPathComponent(destination));
 }
 
-int InstallApplication(const QString& source, const QString& destination, const QString& wrapper)
+int InstallApplication(const QString& source, const QString& destination, const QString& wrapper, bool* untrusted)
 {
     const Paths paths = resolved(source, destination, wrapper);
     // Installing a product over itself would trash the only copy; there is nothing to do. A
@@ -210,7 +219,7 @@ int InstallApplication(const QString& source, const QString& destination, const 
         if (result != InstallResultSuccess)
             return result;
     }
-    const int result = replaceProduct(paths.source, paths.destination);
+    const int result = replaceProduct(paths.source, paths.destination, untrusted);
     if (result == InstallResultSuccess)
         workspace().noteFileSystemChanged(paths.destination);
     return result;

@@ -1,6 +1,7 @@
 #include "InstallerWinController.h"
 
 #include "InstallFunction.h"
+#include "InstallSignature.h"
 #include "RVBundle.h"
 #include "RVInstallerInterface.h"
 #include "RVLog.h"
@@ -71,6 +72,7 @@ QString InstallerWinController::installMyselfInDestination()
     const QString wrapper = argument(RVInstallerKeyWrapperPath);
 
     m_noAuthenticationAgent = false;
+    m_untrustedCopy = false;
     if (isStopping())
         return QStringLiteral(""); // the user quit before the copy began
     const bool writable = canWriteToPath(destination);
@@ -81,7 +83,9 @@ QString InstallerWinController::installMyselfInDestination()
         privileged = true;
     }
     if (!privileged) {
-        const int result = InstallApplication(source, destination, wrapper);
+        const int result = InstallApplication(source, destination, wrapper, &m_untrustedCopy);
+        if (m_untrustedCopy)
+            return QString::fromLatin1(kUntrustedCopyMessage);
         if (result == InstallResultTrashFailed)
             return QStringLiteral("Could not delete existing copy.");
         if (result != InstallResultSuccess)
@@ -94,6 +98,8 @@ QString InstallerWinController::installMyselfInDestination()
                 return QStringLiteral("");
             }
             RVLog(QStringLiteral("ERROR -- Could not copy myself to /Applications with authorization"));
+            if (m_untrustedCopy)
+                return QString::fromLatin1(kUntrustedCopyMessage);
             return QStringLiteral("Authorized copying failed.");
         }
     }
@@ -129,10 +135,15 @@ bool InstallerWinController::authorizedInstallToWrapCanceled(const QString& sour
     // The dialog and the tool are one step: the animation runs again once the tool runs,
     // that is once the rights were given. After a refusal it stays stopped.
     bool toolStarted = false;
-    const int status = AuthorizedExecute(tool, arguments, [this, &toolStarted] {
-        toolStarted = true;
-        animateProgressOnMainThread(QStringLiteral("YES"));
-    });
+    int toolStatus = 0;
+    const int status = AuthorizedExecute(
+        tool, arguments,
+        [this, &toolStarted] {
+            toolStarted = true;
+            animateProgressOnMainThread(QStringLiteral("YES"));
+        },
+        &toolStatus);
+    m_untrustedCopy = status != 0 && toolStarted && toolStatus == kTrainExitUntrusted;
     if (status == kAuthorizationCanceled && canceled)
         *canceled = true;
     m_noAuthenticationAgent = status == kAuthorizationInteractionNotAllowed;
@@ -142,10 +153,13 @@ bool InstallerWinController::authorizedInstallToWrapCanceled(const QString& sour
     return status == 0;
 }
 
-int AuthorizedExecute(const QString& tool, const QStringList& arguments, const std::function<void()>& toolStarted)
+int AuthorizedExecute(const QString& tool, const QStringList& arguments, const std::function<void()>& toolStarted,
+                      int* exitStatus)
 {
     const RVAuthorization::Outcome outcome =
         RVPlatform::current().authorization().executeWithPrivileges(tool, arguments, toolStarted);
+    if (exitStatus)
+        *exitStatus = outcome.kind == RVAuthorization::Outcome::Kind::Finished && outcome.exited ? outcome.status : 0;
     switch (outcome.kind) {
     case RVAuthorization::Outcome::Kind::Cancelled:
         return kAuthorizationCanceled;

@@ -126,6 +126,7 @@ private:
     bool m_finished = false;
     int m_exitStatus = ExitCancelled; // until an installation has an outcome
     bool m_noAuthenticationAgent = false; // worker thread: why the last privileged copy failed
+    bool m_untrustedCopy = false;         // the same: root's tool refused the new copy's signature
     bool isStopping() const { return m_stopRequested; }
     void workerEnded();
     void terminateAfter(double milliseconds);
@@ -147,6 +148,7 @@ constexpr int kAuthorizationToolExecuteFailure = -60031;
 // when its end cannot be seen), kAuthorizationCanceled or kAuthorizationDenied when the
 // rights were not given, kAuthorizationInteractionNotAllowed when nothing could ask the
 // user, the start failure's status when it could not be started, -1 when the tool failed.
-// toolStarted is called while the tool works.
+// toolStarted is called while the tool works; exitStatus, when given, gets the status the
+// tool exited with.
 int AuthorizedExecute(const QString& tool, const QStringList& arguments,
-                      const std::function<void()>& toolStarted = [] {});
+                      const std::function<void()>& toolStarted = [] {}, int* exitStatus = nullptr);

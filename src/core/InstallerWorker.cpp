@@ -55,7 +55,8 @@ void InstallerWinController::installThread()
                 outcome += u' ' + RVLocalizedString(QStringLiteral(
                                       "No authentication agent is running in this session to ask for the administrator password."));
             }
-            if (!m_arguments->contains(RVInstallerKeyWrapperPath)) {
+            // Copying a refused bundle by hand is the one thing not to suggest.
+            if (!m_arguments->contains(RVInstallerKeyWrapperPath) && !m_untrustedCopy) {
                 outcome += RVFormat(QStringLiteral("\r%@"),
                                     {RVFormat(RVLocalizedString(QStringLiteral(
                                                   "Try installing %1$@ manually by copying it to the Applications folder.")),

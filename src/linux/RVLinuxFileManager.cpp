@@ -257,3 +257,22 @@ bool RVLinuxFileManager::createAndRemoveProbeFile(const QString& path)
     ::unlink(name.constData());
     return true;
 }
+
+std::optional<RVBundleSignature::Tree> RVLinuxFileManager::readSignedTree(const QString& path, bool walk)
+{
+    const std::optional<Staging> staging = stagingOf(path);
+    QString error;
+    std::optional<RVBundleSignature::Tree> tree;
+    if (staging) {
+        tree = RVBundleSignature::readTree(staging->staging->get(), encoded(RVPaths::lastPathComponent(path)), walk, &error);
+    } else {
+        const RVSafePath::Parent parent = RVSafePath::openParent(RVPaths::standardizedPath(path));
+        if (parent.folder.valid())
+            tree = RVBundleSignature::readTree(parent.folder.get(), parent.name, walk, &error);
+        else
+            error = lastError();
+    }
+    if (!tree)
+        RVLog(QStringLiteral("cannot read %@: %@"), path, error);
+    return tree;
+}

@@ -33,6 +33,7 @@ public:
     bool isSameItem(const QString& a, const QString& b) override;
     bool canOpenForReadingAndWriting(const QString& path) override;
     bool createAndRemoveProbeFile(const QString& path) override;
+    std::optional<RVBundleSignature::Tree> readSignedTree(const QString& path, bool walk) override;
 
 private:
     // A staging folder and the folder it was made in, held open until it is gone.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "RVBundleSignature.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -59,4 +61,8 @@ public:
     virtual bool canOpenForReadingAndWriting(const QString& path) = 0;
     // Creates an empty file exclusively at path, never through a link, and removes it again.
     virtual bool createAndRemoveProbeFile(const QString& path) = 0;
+    // What a signature check reads of the bundle at path (see RVBundleSignature::readTree),
+    // through open folders and never through a link; a staged copy is read in the folder it
+    // was made in. Null when it cannot be read to the end.
+    virtual std::optional<RVBundleSignature::Tree> readSignedTree(const QString& path, bool walk) = 0;
 };

@@ -7,7 +7,10 @@
 // any moment). It runs the installer's own copy procedure, with its refusals; what it
 // installs is root's, without set-id bits or special files, and the previous copy goes to
 // the Trash of the user who asked.
+// The new copy's signature is checked here, on the copy root staged, against the key of
+// the copy it replaces.
 #include "InstallFunction.h"
+#include "InstallSignature.h"
 #include "RVLinuxFileManager.h"
 #include "RVLinuxLauncher.h"
 #include "RVLinuxWorkspace.h"
@@ -95,7 +98,8 @@ int main(int argc, char* argv[])
     }
 
     RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(RVCopyOwner::Root), .workspace = workspace});
-    const int result = InstallApplication(source, destination, wrapper);
+    bool untrusted = false;
+    const int result = InstallApplication(source, destination, wrapper, &untrusted);
     RVLog(QStringLiteral("install %@ -> %@: %d"), source, destination, result);
-    return result;
+    return untrusted ? kTrainExitUntrusted : result;
 }

@@ -64,6 +64,8 @@ public:
         probes << path;
         return probeSucceeds;
     }
+    std::optional<RVBundleSignature::Tree> signedTree = RVBundleSignature::Tree(); // unsigned, naming no key
+    std::optional<RVBundleSignature::Tree> readSignedTree(const QString&, bool) override { return signedTree; }
 };
 
 class FakeWorkspace : public RVWorkspace

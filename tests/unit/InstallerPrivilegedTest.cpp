@@ -3,6 +3,7 @@
 #include "TestApplication.h"
 #include "InstallFunction.h"
 #include "InstallerWinController.h"
+#include "InstallSignature.h"
 #include "RVProcess.h"
 
 #include <QCoreApplication>
@@ -54,7 +55,8 @@ TEST_F(PrivilegedTest, WritableDestinationGetsThePlainCopyRegisteredAndLaunched)
 {
     EXPECT_TRUE(controller.installMyselfInDestination().isNull());
     EXPECT_EQ(authorization.calls, 0);
-    EXPECT_EQ(log.lines(), (QStringList{QStringLiteral("successfully copied"),
+    EXPECT_EQ(log.lines(), (QStringList{QStringLiteral("/Applications/Product.app is not signed and names no key; installed unchecked"),
+                                        QStringLiteral("successfully copied"),
                                         QStringLiteral("launching /Applications/Product.app"),
                                         QStringLiteral("registered app: 0"),
                                         QStringLiteral("launched immediately: 1")}));
@@ -101,6 +103,9 @@ TEST_F(PrivilegedTest, PrivilegedOutcomesGiveTheirAnswersAndLines)
          {QStringLiteral("AuthorizationExecuteWithPrivileges failed (" RV_INSTALLER_BUNDLE "/Contents/Resources/train)"),
           QStringLiteral("ERROR -- Could not copy myself to /Applications with authorization")},
          {QStringLiteral("stop"), QStringLiteral("YES")}},
+        {"the tool refuses the new copy", {Kind::Finished, true, kTrainExitUntrusted, 0}, kUntrustedCopyMessage,
+         {QStringLiteral("WEXITSTATUS"), QStringLiteral("ERROR -- Could not copy myself to /Applications with authorization")},
+         {QStringLiteral("stop"), QStringLiteral("YES")}},
         {"end not seen", {Kind::Unobserved, false, 0, 0}, nullptr, {QStringLiteral("no pid")}, {QStringLiteral("stop"), QStringLiteral("YES")}},
     };
     for (const auto& c : cases) {
@@ -141,6 +146,11 @@ TEST_F(PrivilegedTest, PlainCopyFailuresBecomeMessages)
     setArguments({"-sourcePath", "/src/Product.app", "-destinationPath", "/src/Product.app/Contents/Product.app"});
     files.writable.insert(QStringLiteral("/src/Product.app"));
     EXPECT_EQ(controller.installMyselfInDestination(), QStringLiteral("Installation failed."));
+    setArguments({"-sourcePath", "/src/Product.app", "-destinationPath", "/Applications/Product.app"});
+    files.signedTree->namesKey = true; // and carries no signature
+    EXPECT_EQ(controller.installMyselfInDestination(), QString::fromLatin1(kUntrustedCopyMessage));
+    EXPECT_TRUE(log.lines().contains(
+        QStringLiteral("ERROR -- Refusing the new copy for /Applications/Product.app: it carries no signature")));
 }
 
 TEST_F(PrivilegedTest, IconAndLaunchAreRetriedWithTheirLines)
@@ -150,7 +160,7 @@ TEST_F(PrivilegedTest, IconAndLaunchAreRetriedWithTheirLines)
     workspace.registerStatus = 2;
     const double start = platform.clock->time;
     EXPECT_TRUE(controller.installMyselfInDestination().isNull());
-    const QStringList lines = log.lines();
+    const QStringList lines = log.lines().mid(1);
     EXPECT_EQ(lines.mid(0, 6), (QStringList{QStringLiteral("successfully copied"),
                                             QStringLiteral("launching /Applications/Product.app"),
                                             QStringLiteral("registered app: 2"), QStringLiteral("did not get icon"),

@@ -173,6 +173,14 @@ TEST_F(WorkerTest, FailuresCarryTheManualHintUnlessAWrapperIsUsed)
     setArguments({QStringLiteral("-wrapperPath"), QStringLiteral("/src/W")});
     installAndWait();
     EXPECT_EQ(view.texts[Field::Message], QStringLiteral("Could not delete existing copy."));
+
+    // A copy refused for its signature is not to be copied by hand either.
+    platform.workspace->recycleSucceeds = true;
+    files.signedTree->namesKey = true;
+    setArguments({});
+    installAndWait();
+    EXPECT_EQ(view.texts[Field::Message],
+              QStringLiteral("This copy of Product was not installed: it is not from the maker of the installed copy, or it is damaged."));
 }
 
 TEST_F(WorkerTest, CancelledDialogLeavesAnEmptyMessageAndUsableButtons)
