@@ -57,6 +57,8 @@ public:
     int exitStatus() const { return m_exitStatus; }
     // Whether an installation worker runs (tests wait for it).
     bool isWorking() const;
+    // Tests: called on the worker as its last step, to hold it there.
+    static inline std::function<void()> beforeWorkerEndsForTesting;
 
     // Arguments (InstallerArguments.cpp)
     void extractArguments();

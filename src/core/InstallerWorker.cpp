@@ -64,6 +64,8 @@ void InstallerWinController::installThread()
         }
     }
     QMetaObject::invokeMethod(this, "installationFinished", Qt::QueuedConnection, Q_ARG(QString, outcome));
+    if (beforeWorkerEndsForTesting)
+        beforeWorkerEndsForTesting();
     workerEnded();
 }
 

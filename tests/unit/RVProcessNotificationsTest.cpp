@@ -197,8 +197,19 @@ TEST_F(ProcessUINotificationsTest, CallbacksPostTheElementAndTheEventAndTheObser
     EXPECT_EQ(posted[1].value(QStringLiteral("element")).toString(), QStringLiteral(""));
     EXPECT_TRUE(posted[1].value(QStringLiteral("element")).canConvert<QString>());
 
+    // The application ends in the turn its event came: the notification keeps the process
+    // until every observer has heard it, and lets it go after.
+    const std::weak_ptr<RVProcess> weak = process;
+    bool aliveWhenHeard = false;
+    const auto token = RVNotificationCenter::defaultCenter().addObserver(
+        RVProcessUINotification, nullptr, [&](const RVNotification&) { aliveWhenHeard = !weak.expired(); });
+    observer->callback(std::nullopt, QStringLiteral("AXFocusedWindowChanged"));
     RVProcess::resetCacheForTesting();
     process.reset();
+    letTheLoopIdle();
+    RVNotificationCenter::defaultCenter().removeObserver(token);
+    EXPECT_TRUE(aliveWhenHeard);
+    EXPECT_TRUE(weak.expired());
     EXPECT_TRUE(platform.accessibility->observers.empty());
 }
 
