@@ -175,8 +175,9 @@ def pick(candidates, count, seed):
     def key(mutant):
         occurrence = f"{mutant.path}\0{mutant.original_line.strip()}\0{mutant.occurrence}\0{mutant.kind}\0{mutant.start}\0{mutant.replacement}"
         return hashlib.sha256(f"{seed}\0{occurrence}".encode()).hexdigest()
-    chosen = sorted(candidates, key=key)[:count]
-    return sorted(chosen, key=lambda m: (m.path, m.line, m.start))
+    # Run in the seed's order too, so that a run cut short is a fair sample, and the same as
+    # a run asked for only that many.
+    return sorted(candidates, key=key)[:count]
 
 
 class Tree:
@@ -311,6 +312,8 @@ def main():
                         help="also the end-to-end runs of the built installer")
     parser.add_argument("--timeout", type=float, default=float(os.environ.get("MUTANT_TIMEOUT", 0)),
                         help="seconds per mutant's tests (default: three times the clean run, at least 60)")
+    parser.add_argument("--rev", default=os.environ.get("REV"),
+                        help="measure this commit instead of the working tree")
     parser.add_argument("--list", action="store_true", help="only list the picked mutants")
     args = parser.parse_args()
 
@@ -318,6 +321,13 @@ def main():
     workdir = Path(args.workdir)
     if not workdir.is_absolute():
         workdir = source / workdir
+    if args.rev:
+        exported = workdir / "source"
+        shutil.rmtree(exported, ignore_errors=True)
+        exported.mkdir(parents=True)
+        archive = subprocess.run(["git", "-C", str(source), "archive", args.rev], check=True, capture_output=True)
+        subprocess.run(["tar", "-x", "-C", str(exported)], input=archive.stdout, check=True)
+        source = exported
     tree = Tree(source, workdir)
     mutants = pick(all_sites(source), args.mutants, args.seed)
     if args.list:
@@ -346,7 +356,8 @@ def measure(tree, args, mutants, workdir):
     if not (tree.build / "build.ninja").exists():
         subprocess.run(["cmake", "-S", str(tree.root), "-B", str(tree.build), "-G", "Ninja",
                         "-DCMAKE_BUILD_TYPE=RelWithDebInfo"], check=True, env=env, stdout=subprocess.DEVNULL)
-    build = ["nice", "cmake", "--build", str(tree.build), "-j", str(args.jobs), "--target", *TARGETS]
+    # The end-to-end runs need everything: the installer, the demo, the packed file.
+    build = ["nice", "cmake", "--build", str(tree.build), "-j", str(args.jobs)] + ([] if args.e2e else ["--target", *TARGETS])
     print("building the unchanged copy ...", flush=True)
     with open(logs / "clean-build.log", "wb") as log:
         if run(build, tree.root, None, env, log) != 0:

@@ -148,6 +148,7 @@ TEST(ApplicationEventsPass, AProcessThatBecomesAnApplicationByExecIsToldOnce)
     events.watchApplications([&](RVOSType, std::uint32_t kind) {
         if (kind != RVApplicationEvents::kFrontSwitched)
             told << kind;
+        return 0;
     });
     for (int pass = 0; pass < 3; ++pass)
         events.comparePass();
