@@ -255,6 +255,7 @@ class Suites:
             "linux": [b / "tests/linux_tests", b / "src/train/train", b / "tests/rvinstall",
                       b / "tests/rvauthorize", b / "tests/rvportal"],
             "gui": [b / "tests/gui_tests"] + sorted(b.rglob("libvelmora-audio.so")),
+            "x11": [b / "tests/x11_tests", b / "tests/rvqtwindow"],
         }
 
     def fingerprint(self):
@@ -267,6 +268,9 @@ class Suites:
             prints[suite] = digest.hexdigest()
         return prints
 
+    def names(self):
+        return ["unit", "linux", "gui"] + (["x11"] if self.args.x11 else [])
+
     def commands(self, suite):
         b = self.tree.build / "tests"
         fail_fast = ["--gtest_fail_fast", "--gtest_brief=1"]
@@ -275,6 +279,9 @@ class Suites:
         if suite == "linux":
             skip = "" if self.args.long else f"-{LONG_TESTS}"
             return [[str(b / "linux_tests")] + fail_fast + ([f"--gtest_filter={skip}"] if skip else [])]
+        if suite == "x11":
+            return [[str(self.tree.root / "tests/x11/with-x11.sh"), str(b / "x11_tests")] + fail_fast +
+                    ["--gtest_filter=-AccessibilityTest.*"]]
         return [[str(b / "gui_tests")] + fail_fast]
 
     def run(self, suites, timeout, log):
@@ -308,6 +315,8 @@ def main():
     parser.add_argument("--jobs", default=os.environ.get("JOBS", "2"))
     parser.add_argument("--long", action="store_true", default=os.environ.get("LONG") == "1",
                         help="also the tests that watch the whole system or need another user")
+    parser.add_argument("--x11", action="store_true", default=os.environ.get("X11") == "1",
+                        help="also the tests on a private X server (window system, front switches)")
     parser.add_argument("--e2e", action="store_true", default=os.environ.get("E2E") == "1",
                         help="also the end-to-end runs of the built installer")
     parser.add_argument("--timeout", type=float, default=float(os.environ.get("MUTANT_TIMEOUT", 0)),
@@ -357,7 +366,7 @@ def measure(tree, args, mutants, workdir):
         subprocess.run(["cmake", "-S", str(tree.root), "-B", str(tree.build), "-G", "Ninja",
                         "-DCMAKE_BUILD_TYPE=RelWithDebInfo"], check=True, env=env, stdout=subprocess.DEVNULL)
     # The end-to-end runs need everything: the installer, the demo, the packed file.
-    build = ["nice", "cmake", "--build", str(tree.build), "-j", str(args.jobs)] + ([] if args.e2e else ["--target", *TARGETS])
+    build = ["nice", "cmake", "--build", str(tree.build), "-j", str(args.jobs)] + ([] if args.e2e else ["--target", *TARGETS] + (["x11_tests", "rvqtwindow"] if args.x11 else []))
     print("building the unchanged copy ...", flush=True)
     with open(logs / "clean-build.log", "wb") as log:
         if run(build, tree.root, None, env, log) != 0:
@@ -366,7 +375,7 @@ def measure(tree, args, mutants, workdir):
     suites = Suites(tree, args)
     started = time.monotonic()
     with open(logs / "clean-tests.log", "wb") as log:
-        outcome = suites.run(["unit", "linux", "gui"], 3600, log)
+        outcome = suites.run(suites.names(), 3600, log)
     clean_seconds = time.monotonic() - started
     if outcome != "survived":
         print(f"the unchanged tests do not pass ({outcome}); see {logs / 'clean-tests.log'}", file=sys.stderr)
@@ -388,7 +397,7 @@ def measure(tree, args, mutants, workdir):
                 outcome = "did-not-compile"
             else:
                 prints = suites.fingerprint()
-                changed = [s for s in ("unit", "linux", "gui") if prints[s] != clean_prints[s]]
+                changed = [s for s in suites.names() if prints[s] != clean_prints[s]]
                 # A mutant that changes no tested binary is one no test can see.
                 outcome = suites.run(changed, timeout, log) if changed else "survived"
         tree.put_back()
