@@ -115,7 +115,7 @@ private:
     int m_exitStatus = ExitCancelled; // until an installation has an outcome
     bool m_noAuthenticationAgent = false; // worker thread: why the last privileged copy failed
     bool isStopping() const { return m_stopRequested; }
-    void workerEnded();
+    void workerEnded(const QString& outcome);
     void terminateAfter(double milliseconds);
 
     mutable std::mutex m_workerMutex;
