@@ -237,6 +237,10 @@ def run(command, cwd, timeout, env=None, log=None):
         os.killpg(process.pid, signal.SIGKILL)
         process.wait()
         return None
+    except BaseException:
+        os.killpg(process.pid, signal.SIGKILL)  # stopped: take the build or tests down too
+        process.wait()
+        raise
 
 
 class Suites:
@@ -324,6 +328,7 @@ def main():
     parser.add_argument("--rev", default=os.environ.get("REV"),
                         help="measure this commit instead of the working tree")
     parser.add_argument("--list", action="store_true", help="only list the picked mutants")
+    parser.add_argument("--report", action="store_true", help="only report the last run's results (also a cut one)")
     args = parser.parse_args()
 
     source = Path(__file__).resolve().parent.parent
@@ -344,10 +349,14 @@ def main():
             print(f"{m.path}:{m.line}: {m.describe()}")
         return 0
 
+    if args.report:
+        results_file = workdir / "results.txt"
+        lines = results_file.read_text(encoding="utf-8").splitlines() if results_file.exists() else []
+        report([(line[:16].strip(), line[16:].strip()) for line in lines if line.strip()], workdir)
+        return 0
+
     def stop(signum, _frame):
-        tree.put_back()
-        print(f"\nstopped by signal {signum}; the copy is restored", file=sys.stderr)
-        sys.exit(130)
+        raise Stopped(signum)
     for s in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
         signal.signal(s, stop)
 
@@ -387,6 +396,24 @@ def measure(tree, args, mutants, workdir):
 
     results = []
     results_file = open(workdir / "results.txt", "w", encoding="utf-8")
+    try:
+        run_mutants(tree, mutants, build, env, suites, clean_prints, timeout, logs, results, results_file)
+    except Stopped as stopped:
+        tree.put_back()
+        print(f"\nstopped by signal {stopped.args[0]} after {len(results)} of {len(mutants)} mutants; "
+              "the copy is restored", flush=True)
+    # Leave the copy's build matching the unchanged sources.
+    with open(logs / "final-build.log", "wb") as log:
+        run(build, tree.root, None, env, log)
+    report(results, workdir)
+    return 0
+
+
+class Stopped(Exception):
+    pass
+
+
+def run_mutants(tree, mutants, build, env, suites, clean_prints, timeout, logs, results, results_file):
     for index, mutant in enumerate(mutants, 1):
         where = f"{mutant.path}:{mutant.line}"
         tree.apply(mutant)
@@ -403,21 +430,16 @@ def measure(tree, args, mutants, workdir):
         tree.put_back()
         if outcome == "killed":
             log_path.unlink(missing_ok=True)
-        results.append((mutant, outcome))
+        results.append((outcome, f"{where}: {mutant.describe()}"))
         line = f"{outcome:16} {where}: {mutant.describe()}"
         print(f"[{index}/{len(mutants)}] {line}", flush=True)
         results_file.write(line + "\n")
         results_file.flush()
-    # Leave the copy's build matching the unchanged sources.
-    with open(logs / "final-build.log", "wb") as log:
-        run(build, tree.root, None, env, log)
-
-    report(results, workdir)
-    return 0
 
 
 def report(results, workdir):
-    counts = {k: sum(1 for _, o in results if o == k) for k in ("killed", "survived", "time-out", "did-not-compile")}
+    """results: (outcome, "file:line: mutation") in the order run."""
+    counts = {k: sum(1 for o, _ in results if o == k) for k in ("killed", "survived", "time-out", "did-not-compile")}
     compiled = counts["killed"] + counts["survived"] + counts["time-out"]
     detected = counts["killed"] + counts["time-out"]
     print()
@@ -425,7 +447,8 @@ def report(results, workdir):
     if compiled:
         print(f"mutation score: {counts['killed']}/{compiled} = {100.0 * counts['killed'] / compiled:.1f}% "
               f"(killed over compiled; with time-outs counted as caught {100.0 * detected / compiled:.1f}%)")
-    survivors = [f"{m.path}:{m.line}: {m.describe()}" for m, o in results if o == "survived"]
+    print(f"{len(results)} mutants run")
+    survivors = [where for o, where in results if o == "survived"]
     print("survivors:")
     for s in survivors:
         print(f"  {s}")
