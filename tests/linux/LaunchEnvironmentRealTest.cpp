@@ -72,6 +72,18 @@ TEST(LinuxLaunchEnvironment, SymbolicLinksAreFollowedToTheEnd)
 }
 
 // Run in a child under strace by the test below; the answer is its exit status.
+// This test program's parent is no application: no launcher, unless the session manager
+// marked it as started by the autostart.
+TEST(LinuxLaunchEnvironment, TheAutostartIsTheLauncherOnlyWhenMarked)
+{
+    RVLinuxLaunchEnvironment environment(std::make_shared<RVProcTable>());
+    qunsetenv("DESKTOP_AUTOSTART_ID");
+    EXPECT_TRUE(environment.launcherCreator().isEmpty());
+    qputenv("DESKTOP_AUTOSTART_ID", "velmora-test");
+    EXPECT_EQ(environment.launcherCreator(), QStringLiteral("lgnw"));
+    qunsetenv("DESKTOP_AUTOSTART_ID");
+}
+
 TEST(LinuxLaunchEnvironment, TracedChild)
 {
     if (!qEnvironmentVariableIsSet("RV_TRACED_CHILD"))
