@@ -60,6 +60,19 @@ TEST_F(ProcessNotificationsTest, TwoLookUpsInstallTheHandlerOnce)
     RVProcess::processWithPID(100);
     RVProcess::allProcesses();
     EXPECT_EQ(platform.applicationEvents->applicationWatches, 1);
+    // Every look-up installs it, also one that finds no process to make.
+    const std::function<void()> lookUps[] = {
+        [] { RVProcess::processWithPID(999); }, [] { RVProcess::allProcesses(); },
+        [] { RVProcess::frontProcess(); }, [] { RVProcess::currentProcess(); },
+        [] { RVProcess::processWithSignature(RVFourCC("NONE")); },
+        [] { RVProcess::processWithIdentifier(QStringLiteral("com.example.none")); }};
+    platform.processTable->processes.clear();
+    int installed = 1;
+    for (const auto& lookUp : lookUps) {
+        RVProcess::resetNotificationsForTesting();
+        lookUp();
+        EXPECT_EQ(platform.applicationEvents->applicationWatches, ++installed);
+    }
 }
 
 TEST_F(ProcessNotificationsTest, EachKindHasItsEffectAndItsChangeValue)
