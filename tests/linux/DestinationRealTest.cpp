@@ -37,6 +37,23 @@ TEST(Autostart, EntriesResolveToTheirBundlesInNameOrderWithUserShadowing)
 
 // "Not writable" needs a user that permissions stop; root is not one, so the check runs in
 // a copy of this test program started as nobody.
+// A bundle folder is shown by its name alone; a file named like one keeps its extension.
+TEST(DisplayName, OnlyABundleFolderLosesItsExtension)
+{
+    TempDir tmp;
+    RVLinuxFileManager files;
+    struct Case
+    {
+        QString path;
+        const char* shown;
+    } cases[] = {{tmp.mkdir(QStringLiteral("Acme.app")), "Acme"},
+                 {tmp.write(QStringLiteral("Notes.app"), "not a bundle"), "Notes.app"},
+                 {tmp.mkdir(QStringLiteral("Apps")), "Apps"},
+                 {QStringLiteral("/"), "/"}};
+    for (const Case& c : cases)
+        EXPECT_EQ(files.displayName(c.path), QString::fromUtf8(c.shown)) << c.path.toStdString();
+}
+
 TEST(WriteChecks, UnwritableFolderAndItemForAnUnprivilegedUser)
 {
     if (qEnvironmentVariableIsSet("RV_INNER_UNPRIVILEGED")) {
