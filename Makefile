@@ -62,7 +62,8 @@ bench: build
 MUTANTS ?= 50
 SEED    ?= 1
 mutate: deps
-	MUTANTS=$(MUTANTS) SEED=$(SEED) JOBS=$(JOBS) python3 scripts/mutate.py
+	MUTANTS=$(MUTANTS) SEED=$(SEED) JOBS=$(JOBS) LONG=$(LONG) X11=$(X11) E2E=$(E2E) REV=$(REV) \
+		python3 scripts/mutate.py
 
 demo: build
 	BUILD_DIR=$(CURDIR)/$(BUILD_DIR) bash scripts/demo.sh
