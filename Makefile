@@ -10,7 +10,7 @@ export CCACHE_BASEDIR := $(CURDIR)
 export CCACHE_NOHASHDIR := 1
 CTEST_FLAGS    ?= --output-on-failure -j$(JOBS) --timeout 300
 
-.PHONY: all deps build test unit sanitize tsan fuzz bench demo dist format clean
+.PHONY: all deps build test unit sanitize tsan fuzz bench demo dist format clean mutate
 
 all: build
 
@@ -57,6 +57,14 @@ bench: build
 		"$(BUILD_DIR)/demo/Velmora Demo.app/Contents/Resources/VelmoraInstaller.app/Contents/MacOS/VelmoraInstaller" \
 		$(BUILD_DIR)/bench/minimal_window $(BUILD_DIR)/bench/label_window
 	tests/x11/with-x11.sh bench/dist-bench.sh $(CURDIR)/$(BUILD_DIR)
+
+# Mutation testing on a copy of the tree (build-mutate/): MUTANTS=300 SEED=1, LONG=1 adds the
+# tests that watch the whole system, E2E=1 the end-to-end runs. Not part of make test.
+MUTANTS ?= 50
+SEED    ?= 1
+mutate: deps
+	MUTANTS=$(MUTANTS) SEED=$(SEED) JOBS=$(JOBS) LONG=$(LONG) X11=$(X11) E2E=$(E2E) REV=$(REV) \
+		python3 scripts/mutate.py
 
 demo: build
 	BUILD_DIR=$(CURDIR)/$(BUILD_DIR) bash scripts/demo.sh

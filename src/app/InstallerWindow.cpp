@@ -16,6 +16,7 @@
 #include <QFileInfo>
 #include <QImageReader>
 #include <QLocale>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPalette>
 #include <QScreen>
@@ -30,6 +31,9 @@ InstallerWindow::InstallerWindow(QWidget* parent) : QDialog(parent), m_ui(std::m
     BusyProgressAccessible::install();
     m_ui->setupUi(this);
     m_ui->progressIndicator->setVisible(false);
+    // Product names and paths come from outside: "<b>" in a name is three characters.
+    for (QLabel* field : findChildren<QLabel*>())
+        field->setTextFormat(Qt::PlainText);
     // What a screen reader says of the controls that show no words of their own.
     const auto name = [](QWidget* widget, const char* key) {
         widget->setAccessibleName(RVLocalizedString(QString::fromUtf8(key)));
@@ -317,7 +321,10 @@ void InstallerWindow::showAlert(const QString& message, const QString& informati
                                 const QString& second, std::function<void(int)> answer)
 {
     auto* alert = new QMessageBox(QMessageBox::Critical, QDialog::windowTitle(), message, QMessageBox::NoButton, this);
+    alert->setTextFormat(Qt::PlainText);
     alert->setInformativeText(informative);
+    if (auto* informativeField = alert->findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel")))
+        informativeField->setTextFormat(Qt::PlainText);
     QPushButton* firstButton = alert->addButton(first, QMessageBox::AcceptRole);
     alert->addButton(second, QMessageBox::ActionRole);
     alert->setDefaultButton(firstButton);

@@ -59,6 +59,8 @@ public:
     int exitStatus() const { return m_exitStatus; }
     // Whether an installation worker runs (tests wait for it).
     bool isWorking() const;
+    // Tests: called on the worker as its last step, to hold it there.
+    static inline std::function<void()> beforeWorkerEndsForTesting;
 
     // Arguments (InstallerArguments.cpp)
     void extractArguments();
@@ -128,7 +130,7 @@ private:
     bool m_noAuthenticationAgent = false; // worker thread: why the last privileged copy failed
     bool m_untrustedCopy = false;         // the same: root's tool refused the new copy's signature
     bool isStopping() const { return m_stopRequested; }
-    void workerEnded();
+    void workerEnded(const QString& outcome);
     void terminateAfter(double milliseconds);
 
     mutable std::mutex m_workerMutex;

@@ -64,15 +64,19 @@ void InstallerWinController::installThread()
             }
         }
     }
-    QMetaObject::invokeMethod(this, "installationFinished", Qt::QueuedConnection, Q_ARG(QString, outcome));
-    workerEnded();
+    if (beforeWorkerEndsForTesting)
+        beforeWorkerEndsForTesting();
+    workerEnded(outcome);
 }
 
-void InstallerWinController::workerEnded()
+void InstallerWinController::workerEnded(const QString& outcome)
 {
-    // The last touch of the session: once the flag is down, the session may go away, so
-    // the notification is sent under the lock.
+    // The outcome goes over and the flag comes down in one step: a completion delay that ran
+    // out in between would find the worker still running and wait for an outcome already
+    // shown. The main thread reads the flag under this lock, so it never sees the outcome
+    // first. Once the flag is down the session may go away, so all of it is done under the lock.
     std::lock_guard lock(m_workerMutex);
+    QMetaObject::invokeMethod(this, "installationFinished", Qt::QueuedConnection, Q_ARG(QString, outcome));
     m_workerRunning = false;
     m_workerEnd.notify_all();
 }

@@ -21,6 +21,8 @@ struct RVNotification
     QString name;
     const void* object = nullptr;
     QVariantMap userInfo;
+    // Keeps the object alive while the notification waits and is delivered.
+    std::shared_ptr<const void> keepAlive = {};
 };
 
 // Observers by name and object. An observer registered without an object hears the name from

@@ -33,7 +33,7 @@ extern const QString RVProcessUINotification;
 
 // One running application. Objects come only from the class look-ups, which go through a
 // process-wide cache (most recently used first), so a process has at most one live object.
-class RVProcess
+class RVProcess : public std::enable_shared_from_this<RVProcess>
 {
 public:
     using Ptr = std::shared_ptr<RVProcess>;
@@ -156,9 +156,9 @@ private:
 int ApplicationStartEndHandler(RVOSType eventClass, std::uint32_t kind);
 // The interface-event callback: enqueues RVProcessUINotification for the process that
 // registered, with the element ("" when none) and the notification's name, on the queue of
-// the thread that made the observer.
+// the thread that made the observer. The notification holds the process until it is posted.
 void notificationHandler(const std::optional<RVAccessibleElement>& element, const QString& name,
-                         RVProcess* process, RVNotificationQueue& queue);
+                         const RVProcess::Ptr& process, RVNotificationQueue& queue);
 
 // Seconds since the epoch at which pid started; 0.0 when unknown.
 double proc_start_time(pid_t pid);

@@ -91,9 +91,13 @@ void RVProcess::installAXObserver()
     // events are posted by this thread's queue, whatever thread reports them.
     const std::shared_ptr<RVNotificationQueue> queue = RVNotificationQueue::defaultQueueShared();
     m_axThread = QThread::currentThread();
+    // The observer may report after the process has gone (it is torn down on its own
+    // thread); a notification keeps the process until every observer has heard it.
     m_axObserver = accessibility->createObserver(
-        *m_axAppElem, [this, queue](const std::optional<RVAccessibleElement>& element, const QString& name) {
-            notificationHandler(element, name, this, *queue);
+        *m_axAppElem, [weak = weak_from_this(), queue](const std::optional<RVAccessibleElement>& element,
+                                                       const QString& name) {
+            if (const Ptr process = weak.lock())
+                notificationHandler(element, name, process, *queue);
         });
     if (!m_axObserver)
         RVLog(QStringLiteral("AX Notifications: Could not create observer for %@"), description());
@@ -131,9 +135,10 @@ void RVProcess::unregisterAXNotifications()
 }
 
 void notificationHandler(const std::optional<RVAccessibleElement>& element, const QString& name,
-                         RVProcess* process, RVNotificationQueue& queue)
+                         const RVProcess::Ptr& process, RVNotificationQueue& queue)
 {
     const QVariant elementValue = element ? QVariant::fromValue(*element) : QVariant(QStringLiteral(""));
-    queue.enqueueWhenIdle(
-        {RVProcessUINotification, process, {{QStringLiteral("element"), elementValue}, {QStringLiteral("event"), name}}});
+    queue.enqueueWhenIdle({RVProcessUINotification, process.get(),
+                           {{QStringLiteral("element"), elementValue}, {QStringLiteral("event"), name}},
+                           process});
 }

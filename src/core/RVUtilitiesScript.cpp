@@ -99,5 +99,7 @@ void RVUtilities::openFile(const QString& path)
     request.executable = RVPlatform::current().systemFacts().openerPath();
     request.arguments = {path};
     request.ownSession = true;
-    RVPlatform::current().launcher().launch(request);
+    const RVLaunchResult started = RVPlatform::current().launcher().launch(request);
+    if (!started.task)
+        RVLog(QStringLiteral("could not open %@ with %@: %@"), path, request.executable, started.error);
 }

@@ -3,6 +3,7 @@
 #include "RVBundle.h"
 #include "RVLog.h"
 #include "RVNumbers.h"
+#include "RVPaths.h"
 #include "RVPlatform.h"
 #include "RVPropertyList.h"
 #include "RVUtilities.h"
@@ -26,32 +27,11 @@ constexpr qint64 kWakeInterval = 25'000; // ms
 const QString kSilence = QStringLiteral("SoundOfSilence");
 
 std::atomic<qint64> g_lastSoundDate{0}; // ms since the epoch; 0 before the first sound
-std::mutex g_silentLock;                 // guards the one silent sound, never a hand-off
-std::shared_ptr<RVSound> g_silentSound;  // released with the application that played it
-
-// Loading and playing hand work to the application's thread and wait: the lock is taken
-// only to share the sound, so that thread may itself reach for it meanwhile.
-std::shared_ptr<RVSound> silentSound()
-{
-    {
-        std::lock_guard lock(g_silentLock);
-        if (g_silentSound)
-            return g_silentSound;
-    }
-    auto made = std::make_shared<RVSound>(RVSound::soundNamed(kSilence));
-    made->setVolume(0.01f);
-    std::lock_guard lock(g_silentLock);
-    if (!g_silentSound) {
-        g_silentSound = made;
-        if (QCoreApplication* application = QCoreApplication::instance()) {
-            QObject::connect(application, &QObject::destroyed, [] {
-                std::lock_guard inner(g_silentLock);
-                g_silentSound.reset();
-            });
-        }
-    }
-    return g_silentSound;
-}
+// The sound class's lock: silent runs take turns under it. The application's thread never
+// takes it, so a run may wait for that thread while holding it.
+std::recursive_mutex g_classLock;
+// Released with the application that played it, from its thread, without the lock.
+std::atomic<std::shared_ptr<RVSound>> g_silentSound;
 
 RVAudio& audio()
 {
@@ -177,11 +157,19 @@ float RVSound::alertVolume()
 {
     const QVariant value = RVPlatform::current().userDefaults().valueForKeyWithSuite(
         QStringLiteral("com.apple.sound.beep.volume"), QStringLiteral("com.apple.systemsound"));
-    // Absent, or a value that is no number at all (a list, a dictionary): full volume.
-    if (!value.isValid() || value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantList)
-        return 1.0f;
-    const double v = value.typeId() == QMetaType::QString ? RVLeadingDouble(value.toString()) : value.toDouble();
-    return alertVolumeFor(double(float(v)));
+    // Only numbers and text read as a number; anything else (absent, a date, raw data, a
+    // list) leaves the full volume.
+    switch (value.typeId()) {
+    case QMetaType::QString: return alertVolumeFor(double(float(RVLeadingDouble(value.toString()))));
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Float:
+    case QMetaType::Double: return alertVolumeFor(double(float(value.toDouble())));
+    default: return 1.0f;
+    }
 }
 
 void RVSound::setSoundDateNow()
@@ -203,7 +191,7 @@ const QStringList& RVSound::soundFileExtensions()
 
 bool RVSound::isSoundFileAtPath(const QString& path)
 {
-    const QString last = path.section(u'/', -1);
+    const QString last = RVPaths::lastPathComponent(path);
     const qsizetype dot = last.lastIndexOf(u'.');
     return dot >= 0 && soundFileExtensions().contains(last.mid(dot + 1));
 }
@@ -256,7 +244,16 @@ QString RVSound::soundEffectDeviceID() const
 
 void RVSound::playSilentSoundThread()
 {
-    silentSound()->playAsSoundEffect();
+    std::lock_guard lock(g_classLock);
+    std::shared_ptr<RVSound> silent = g_silentSound.load();
+    if (!silent) {
+        silent = std::make_shared<RVSound>(RVSound::soundNamed(kSilence));
+        silent->setVolume(0.01f);
+        g_silentSound = silent;
+        if (QCoreApplication* application = QCoreApplication::instance())
+            QObject::connect(application, &QObject::destroyed, [] { g_silentSound.store({}); });
+    }
+    silent->playAsSoundEffect();
 }
 
 void RVSound::prepareForSound()
@@ -270,8 +267,6 @@ void RVSound::prepareForSound()
 
 void RVSound::resetForTesting()
 {
-    std::shared_ptr<RVSound> released;
-    std::lock_guard lock(g_silentLock);
     g_lastSoundDate = 0;
-    released.swap(g_silentSound);
+    g_silentSound.store({});
 }

@@ -4,8 +4,11 @@
 #include "RVX11ActiveWindowWatcher.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QThread>
 #include <QTimer>
+
+#include <unistd.h>
 
 namespace {
 
@@ -90,37 +93,48 @@ void RVLinuxApplicationEvents::comparePass()
     const std::vector<pid_t> listing = RVProcTable::listPids(m_procRoot);
     const std::set<pid_t> now(listing.begin(), listing.end());
     std::vector<std::uint32_t> events;
-    std::set<pid_t> endedNow; // their pids may already name a new process
 
     for (auto it = m_applicationsRunning.begin(); it != m_applicationsRunning.end();) {
         // Gone, or the pid now names another process.
-        const auto same = m_table->pidOfProcess(it->second);
-        if (!now.count(it->first) || !same) {
+        if (!now.count(it->first) || !m_table->pidOfProcess(it->second)) {
             events.push_back(kTerminated);
-            endedNow.insert(it->first);
             it = m_applicationsRunning.erase(it);
         } else {
             ++it;
         }
     }
-    std::set<pid_t> lookAgain;
+    std::map<pid_t, QByteArray> others;
     for (const pid_t pid : listing) {
-        const bool fresh = !m_seen.count(pid);
-        if (!fresh && !m_lookAgain.count(pid) && !endedNow.count(pid))
-            continue;
         if (m_applicationsRunning.count(pid))
             continue;
-        if (const auto psn = m_table->processForPID(pid)) {
-            m_applicationsRunning[pid] = *psn;
-            if (m_baseline)
-                events.push_back(kLaunched);
-        } else if (fresh) {
-            lookAgain.insert(pid);
+        // An exec changes what the process runs; only then is it worth a closer look.
+        QByteArray running = whatRuns(pid);
+        const auto known = m_others.find(pid);
+        if (known == m_others.end() || known->second != running) {
+            if (const auto psn = m_table->processForPID(pid)) {
+                m_applicationsRunning[pid] = *psn;
+                if (m_baseline)
+                    events.push_back(kLaunched);
+                continue;
+            }
         }
+        others.emplace(pid, std::move(running));
     }
-    m_seen = now;
-    m_lookAgain = std::move(lookAgain);
+    m_others = std::move(others);
     m_baseline = true;
     for (const std::uint32_t kind : events)
         deliver(m_applications, kClassApplication, kind);
+}
+
+QByteArray RVLinuxApplicationEvents::whatRuns(pid_t pid) const
+{
+    const QByteArray folder = QFile::encodeName(m_procRoot) + '/' + QByteArray::number(pid);
+    char target[4096];
+    const ssize_t length = ::readlink((folder + "/exe").constData(), target, sizeof target);
+    QByteArray running(target, length > 0 ? qsizetype(length) : 0);
+    // An interpreter that execs itself with another script keeps its executable.
+    QFile arguments(QString::fromLocal8Bit(folder + "/cmdline"));
+    if (arguments.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        running += '\0' + arguments.read(4096);
+    return running;
 }

@@ -35,6 +35,8 @@ private:
     bool onMainThread(const std::function<void()>& work);
     void startWatchingWindows();
     void deliver(const Handler& handler, RVOSType eventClass, std::uint32_t kind);
+    // The executable and arguments of pid: they change when it execs.
+    QByteArray whatRuns(pid_t pid) const;
 
     std::shared_ptr<RVProcessTable> m_table;
     const QString m_procRoot;
@@ -46,6 +48,7 @@ private:
     RVX11ActiveWindowWatcher* m_windows = nullptr;
     bool m_baseline = false;
     std::map<pid_t, RVSerialNumber> m_applicationsRunning;
-    std::set<pid_t> m_seen;
-    std::set<pid_t> m_lookAgain; // seen once as no application: it may still exec one
+    // Processes that are no application, by what they run: one that execs may become one,
+    // however late.
+    std::map<pid_t, QByteArray> m_others;
 };

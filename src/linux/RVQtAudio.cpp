@@ -12,19 +12,30 @@
 #include <QUrl>
 #include <QtEndian>
 
+#include <atomic>
 #include <functional>
 #include <set>
 
 namespace {
 
-// Runs work on the application's thread and waits for it.
-void onApplicationThread(const std::function<void()>& work)
+// Runs work on the application's thread and waits for it. False when it could not run
+// there: no application, or the hand-off was dropped as the application went away. That
+// thread may still run work once its application has gone (sounds released at exit).
+bool onApplicationThread(const std::function<void()>& work)
 {
+    static std::atomic<QThread*> home{nullptr};
     QCoreApplication* application = QCoreApplication::instance();
-    if (!application || QThread::currentThread() == application->thread())
+    if (application)
+        home = application->thread();
+    if (QThread::currentThread() == home.load()) {
         work();
-    else
-        QMetaObject::invokeMethod(application, work, Qt::BlockingQueuedConnection);
+        return true;
+    }
+    if (!application)
+        return false;
+    bool ran = false;
+    QMetaObject::invokeMethod(application, [&] { work(); ran = true; }, Qt::BlockingQueuedConnection);
+    return ran;
 }
 
 // Seconds of sound in a RIFF/WAVE file; 0 for anything else.
@@ -43,6 +54,8 @@ std::set<std::shared_ptr<QtPlayer>>& playing() // application thread only
     return *sounds;
 }
 
+// Every operation does nothing once the effect could not be made: a sound whose hand-off
+// was dropped at shutdown is silent.
 class QtPlayer : public RVAudioPlayer, public std::enable_shared_from_this<QtPlayer>
 {
 public:
@@ -55,13 +68,18 @@ public:
     }
     ~QtPlayer() override
     {
-        onApplicationThread([this] { m_effect.reset(); });
+        // Without the application's thread the effect cannot be destroyed safely: the process
+        // is ending, so it is left to it.
+        if (m_effect && !onApplicationThread([this] { m_effect.reset(); }))
+            (void)m_effect.release();
     }
 
     bool setPlaybackDevice(const QString& identifier) override
     {
         bool accepted = false;
         onApplicationThread([&] {
+            if (!m_effect)
+                return;
             if (identifier.isNull()) {
                 m_effect->setAudioDevice(QMediaDevices::defaultAudioOutput());
                 accepted = true;
@@ -78,39 +96,52 @@ public:
     }
     void setVolume(float volume) override
     {
-        onApplicationThread([&] { m_effect->setVolume(volume); });
+        onApplicationThread([&] {
+            if (m_effect)
+                m_effect->setVolume(volume);
+        });
     }
     double duration() override { return waveDuration(m_path); }
     void play() override
     {
         onApplicationThread([this] {
-            auto self = shared_from_this();
-            playing().insert(self);
-            // Released once it has played to its end, or when it cannot play at all; later,
-            // not from inside the effect's own signal, which would delete it under itself.
-            auto release = [weak = std::weak_ptr<QtPlayer>(self)] {
-                QTimer::singleShot(0, [weak] {
-                    if (auto player = weak.lock())
-                        playing().erase(player);
-                });
-            };
-            QSoundEffect* effect = m_effect.get();
-            QObject::connect(effect, &QSoundEffect::playingChanged, effect, [effect, release] {
-                if (!effect->isPlaying())
-                    release();
-            });
-            QObject::connect(effect, &QSoundEffect::statusChanged, effect, [effect, release] {
-                if (effect->status() == QSoundEffect::Error)
-                    release();
-            });
+            if (!m_effect)
+                return;
+            playing().insert(shared_from_this());
+            if (!m_watched)
+                watchForTheEnd();
             m_effect->play();
         });
     }
     QString description() const override { return QStringLiteral("<sound %1>").arg(m_path); }
 
 private:
+    // Once per sound, however often it plays (application thread).
+    void watchForTheEnd()
+    {
+        m_watched = true;
+        // Released once it has played to its end, or when it cannot play at all; later, not
+        // from inside the effect's own signal, which would delete it under itself.
+        auto release = [weak = weak_from_this()] {
+            QTimer::singleShot(0, [weak] {
+                if (auto player = weak.lock())
+                    playing().erase(player);
+            });
+        };
+        QSoundEffect* effect = m_effect.get();
+        QObject::connect(effect, &QSoundEffect::playingChanged, effect, [effect, release] {
+            if (!effect->isPlaying())
+                release();
+        });
+        QObject::connect(effect, &QSoundEffect::statusChanged, effect, [effect, release] {
+            if (effect->status() == QSoundEffect::Error)
+                release();
+        });
+    }
+
     QString m_path;
     std::unique_ptr<QSoundEffect> m_effect;
+    bool m_watched = false; // application thread only
 };
 
 } // namespace

@@ -381,11 +381,22 @@ TEST_F(WindowTest, SystemVersionAlertIsAWindowModalSheetWithTwoAnswers)
     InstallerWindow window;
     InstallerWinController controller;
     QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
-    start(window, controller, {QStringLiteral("-minSystemVersion"), QStringLiteral("99")});
+    // A product name is shown as it is written, in the pages and in the alert.
+    const QString name = QStringLiteral("<b>Acme</b>");
+    start(window, controller,
+          {QStringLiteral("-minSystemVersion"), QStringLiteral("99"), QStringLiteral("-productName"), name});
     QMessageBox* alert = window.findChild<QMessageBox*>();
     ASSERT_TRUE(alert);
     EXPECT_EQ(alert->windowModality(), Qt::WindowModal);
     EXPECT_TRUE(alert->text().contains(QStringLiteral("requires Mac OS X 99 or newer")));
+    int showingName = 0;
+    for (const QLabel* label : window.findChildren<QLabel*>()) {
+        if (label->text().contains(name)) {
+            ++showingName;
+            EXPECT_EQ(label->textFormat(), Qt::PlainText) << label->objectName().toStdString();
+        }
+    }
+    EXPECT_GE(showingName, 2); // a page field and the alert
     const auto buttons = alert->buttons();
     ASSERT_EQ(buttons.size(), 2);
     QAbstractButton* archive = nullptr;

@@ -2,6 +2,7 @@
 #include "InstallerWinController.h"
 #include "RVAutostart.h"
 #include "RVLinuxFileManager.h"
+#include "RVLinuxWorkspace.h"
 #include "TempDir.h"
 #include "TestApps.h"
 
@@ -9,6 +10,7 @@
 #include <QProcess>
 
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <unistd.h>
 
 namespace {
@@ -37,6 +39,38 @@ TEST(Autostart, EntriesResolveToTheirBundlesInNameOrderWithUserShadowing)
 
 // "Not writable" needs a user that permissions stop; root is not one, so the check runs in
 // a copy of this test program started as nobody.
+// A bundle folder is shown by its name alone; a file named like one keeps its extension.
+TEST(DisplayName, OnlyABundleFolderLosesItsExtension)
+{
+    TempDir tmp;
+    RVLinuxFileManager files;
+    struct Case
+    {
+        QString path;
+        const char* shown;
+    } cases[] = {{tmp.mkdir(QStringLiteral("Acme.app")), "Acme"},
+                 {tmp.write(QStringLiteral("Notes.app"), "not a bundle"), "Notes.app"},
+                 {tmp.mkdir(QStringLiteral("Apps")), "Apps"},
+                 {QStringLiteral("/"), "/"}};
+    for (const Case& c : cases)
+        EXPECT_EQ(files.displayName(c.path), QString::fromUtf8(c.shown)) << c.path.toStdString();
+}
+
+// Under pkexec (root, PKEXEC_UID set) the home is the asking user's; otherwise ours.
+TEST(Workspace, TheHomeIsTheAskingUsersUnderPkexec)
+{
+    RVLinuxWorkspace workspace(nullptr, QStringLiteral("/Applications"));
+    qunsetenv("PKEXEC_UID");
+    EXPECT_EQ(workspace.homeDirectory(), QDir::homePath());
+    if (::getuid() != 0)
+        GTEST_SKIP() << "the pkexec case needs root";
+    const struct passwd* nobody = ::getpwnam("nobody");
+    ASSERT_TRUE(nobody);
+    qputenv("PKEXEC_UID", QByteArray::number(nobody->pw_uid));
+    EXPECT_EQ(workspace.homeDirectory(), QFile::decodeName(nobody->pw_dir));
+    qunsetenv("PKEXEC_UID");
+}
+
 TEST(WriteChecks, UnwritableFolderAndItemForAnUnprivilegedUser)
 {
     if (qEnvironmentVariableIsSet("RV_INNER_UNPRIVILEGED")) {

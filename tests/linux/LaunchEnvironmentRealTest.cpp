@@ -1,4 +1,5 @@
 #include "FakePlatform.h"
+#include "FakeProcessTable.h"
 #include "RVBundle.h"
 #include "RVLinuxApplicationEvents.h"
 #include "RVLinuxLaunchEnvironment.h"
@@ -71,6 +72,18 @@ TEST(LinuxLaunchEnvironment, SymbolicLinksAreFollowedToTheEnd)
 }
 
 // Run in a child under strace by the test below; the answer is its exit status.
+// This test program's parent is no application: no launcher, unless the session manager
+// marked it as started by the autostart.
+TEST(LinuxLaunchEnvironment, TheAutostartIsTheLauncherOnlyWhenMarked)
+{
+    RVLinuxLaunchEnvironment environment(std::make_shared<RVProcTable>());
+    qunsetenv("DESKTOP_AUTOSTART_ID");
+    EXPECT_TRUE(environment.launcherCreator().isEmpty());
+    qputenv("DESKTOP_AUTOSTART_ID", "velmora-test");
+    EXPECT_EQ(environment.launcherCreator(), QStringLiteral("lgnw"));
+    qunsetenv("DESKTOP_AUTOSTART_ID");
+}
+
 TEST(LinuxLaunchEnvironment, TracedChild)
 {
     if (!qEnvironmentVariableIsSet("RV_TRACED_CHILD"))
@@ -127,6 +140,41 @@ TEST(LinuxApplicationEvents, ALaunchedAndAnEndedBundleProcessReachAnObserver)
     EXPECT_GE(RVProcess::applicationLaunchEndCount(), before + 2);
     RVNotificationCenter::defaultCenter().removeObserver(token);
     RVProcess::resetNotificationsForTesting();
+}
+
+// A process that execs into an application, however many passes after it appeared, is told
+// launched once, and its end once; one that merely runs on is told nothing.
+TEST(ApplicationEventsPass, AProcessThatBecomesAnApplicationByExecIsToldOnce)
+{
+    TestApplication app;
+    TempDir proc;
+    auto table = std::make_shared<FakeProcessTable>();
+    RVLinuxApplicationEvents events(table, proc.path());
+    QList<std::uint32_t> told;
+    const auto runs = [&](const char* executable, const QByteArray& arguments) {
+        QFile::remove(proc.file(QStringLiteral("200/exe")));
+        QFile::link(QString::fromLatin1(executable), proc.mkdir(QStringLiteral("200")) + QStringLiteral("/exe"));
+        proc.write(QStringLiteral("200/cmdline"), arguments);
+    };
+    runs("/bin/sh", QByteArrayLiteral("sh\0-c\0sleep 1; exec Late"));
+    events.watchApplications([&](RVOSType, std::uint32_t kind) {
+        if (kind != RVApplicationEvents::kFrontSwitched)
+            told << kind;
+        return 0;
+    });
+    for (int pass = 0; pass < 3; ++pass)
+        events.comparePass();
+    EXPECT_TRUE(told.isEmpty());
+    table->add(200, QStringLiteral("Late"), "LATE");
+    runs("/Applications/Late.app/Contents/MacOS/Late", "Late");
+    events.comparePass();
+    events.comparePass();
+    EXPECT_EQ(told, QList<std::uint32_t>{RVApplicationEvents::kLaunched});
+    QDir(proc.file(QStringLiteral("200"))).removeRecursively();
+    table->processes[200].running = false;
+    events.comparePass();
+    events.comparePass();
+    EXPECT_EQ(told, (QList<std::uint32_t>{RVApplicationEvents::kLaunched, RVApplicationEvents::kTerminated}));
 }
 
 // Every tint image the probe can name is in the built installer bundle and is a real image.

@@ -3,8 +3,11 @@
 #include "RVLinuxSystemFacts.h"
 #include "RVLinuxUserDefaults.h"
 #include "TempDir.h"
+#include "TestApplication.h"
 
 #include <QSettings>
+
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/utsname.h>
@@ -160,6 +163,28 @@ TEST(RVAudioModule, AMissingModuleIsLoggedOnceAndLeavesTheProgramSilent)
     EXPECT_TRUE(audio.defaultSystemOutputDeviceIdentifier().isNull());
     ASSERT_EQ(log.lines().size(), 1) << log.lines().join(u'\n').toStdString();
     EXPECT_TRUE(log.lines().first().startsWith(QStringLiteral("sound module not loaded: ")));
+}
+
+// A sound made on another thread as the application goes away: the hand-off to the
+// application's thread goes with it, and the sound is silent from then on, never a crash.
+TEST(RVAudioModule, ASoundWhoseApplicationWentAwayIsSilent)
+{
+    RVAudioModule module(RVAudioModule::pathInBundleOf(QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/MacOS/X")));
+    const QString wave = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/Resources/SoundOfSilence.wav");
+    std::shared_ptr<RVAudioPlayer> player;
+    {
+        auto app = std::make_unique<TestApplication>();
+        ASSERT_TRUE(module.load(wave)); // the module is in, so the thread below only hands off
+        std::thread maker([&] { player = module.load(wave); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        app.reset(); // while the hand-off waits for the loop this test never turns
+        maker.join();
+    }
+    ASSERT_TRUE(player);
+    player->setVolume(0.5f);
+    EXPECT_FALSE(player->setPlaybackDevice(QString()));
+    player->play();
+    player.reset();
 }
 
 } // namespace

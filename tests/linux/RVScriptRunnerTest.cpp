@@ -128,6 +128,13 @@ TEST(OpenFile, RealOpenerIsStartedDetached)
     QFile f(marker + QStringLiteral(".opened"));
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(f.readAll()), marker);
+
+    LogCapture log;
+    platform.facts->opener = tmp.file(QStringLiteral("no-opener"));
+    RVUtilities::openFile(marker);
+    ASSERT_EQ(log.lines().size(), 1);
+    EXPECT_TRUE(log.lines()[0].startsWith(QStringLiteral("could not open ") + marker + QStringLiteral(" with ") +
+                                          platform.facts->opener + QStringLiteral(": ")));
 }
 
 } // namespace

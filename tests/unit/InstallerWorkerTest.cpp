@@ -219,6 +219,25 @@ TEST_F(WorkerTest, CompletionDelayQuitsOnlyForAPositiveNumber)
     }
 }
 
+// A completion delay that runs out while the worker is on its way out still quits: the
+// outcome never arrives before the worker counts as ended.
+TEST_F(WorkerTest, AShortCompletionDelayQuitsHoweverLateTheWorkerEnds)
+{
+    setArguments({QStringLiteral("-completionQuit"), QStringLiteral("0.001")});
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    std::atomic<bool> letGo{false};
+    InstallerWinController::beforeWorkerEndsForTesting = [&] {
+        while (!letGo)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    };
+    controller.install();
+    turnLoopUntil([] { return false; }, 300); // an outcome handed over meanwhile is shown, its delay ends
+    letGo = true;
+    EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }));
+    EXPECT_TRUE(turnLoopUntil([&] { return !controller.isWorking(); }));
+    InstallerWinController::beforeWorkerEndsForTesting = nullptr;
+}
+
 TEST_F(WorkerTest, CancelQuitsWithoutARead)
 {
     setArguments({});

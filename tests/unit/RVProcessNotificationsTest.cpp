@@ -60,6 +60,19 @@ TEST_F(ProcessNotificationsTest, TwoLookUpsInstallTheHandlerOnce)
     RVProcess::processWithPID(100);
     RVProcess::allProcesses();
     EXPECT_EQ(platform.applicationEvents->applicationWatches, 1);
+    // Every look-up installs it, also one that finds no process to make.
+    const std::function<void()> lookUps[] = {
+        [] { RVProcess::processWithPID(999); }, [] { RVProcess::allProcesses(); },
+        [] { RVProcess::frontProcess(); }, [] { RVProcess::currentProcess(); },
+        [] { RVProcess::processWithSignature(RVFourCC("NONE")); },
+        [] { RVProcess::processWithIdentifier(QStringLiteral("com.example.none")); }};
+    platform.processTable->processes.clear();
+    int installed = 1;
+    for (const auto& lookUp : lookUps) {
+        RVProcess::resetNotificationsForTesting();
+        lookUp();
+        EXPECT_EQ(platform.applicationEvents->applicationWatches, ++installed);
+    }
 }
 
 TEST_F(ProcessNotificationsTest, EachKindHasItsEffectAndItsChangeValue)
@@ -197,8 +210,19 @@ TEST_F(ProcessUINotificationsTest, CallbacksPostTheElementAndTheEventAndTheObser
     EXPECT_EQ(posted[1].value(QStringLiteral("element")).toString(), QStringLiteral(""));
     EXPECT_TRUE(posted[1].value(QStringLiteral("element")).canConvert<QString>());
 
+    // The application ends in the turn its event came: the notification keeps the process
+    // until every observer has heard it, and lets it go after.
+    const std::weak_ptr<RVProcess> weak = process;
+    bool aliveWhenHeard = false;
+    const auto token = RVNotificationCenter::defaultCenter().addObserver(
+        RVProcessUINotification, nullptr, [&](const RVNotification&) { aliveWhenHeard = !weak.expired(); });
+    observer->callback(std::nullopt, QStringLiteral("AXFocusedWindowChanged"));
     RVProcess::resetCacheForTesting();
     process.reset();
+    letTheLoopIdle();
+    RVNotificationCenter::defaultCenter().removeObserver(token);
+    EXPECT_TRUE(aliveWhenHeard);
+    EXPECT_TRUE(weak.expired());
     EXPECT_TRUE(platform.accessibility->observers.empty());
 }
 

@@ -4,9 +4,13 @@
 #include "TempDir.h"
 #include "TestApplication.h"
 
+#include <QDateTime>
 #include <QMetaObject>
 
 #include <QThread>
+
+#include <atomic>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -46,8 +50,14 @@ TEST_F(SoundTest, AlertVolumeReadsTheSystemSoundDomain)
     auto& domain = platform.defaults->domains[QStringLiteral("com.apple.systemsound")];
     domain.insert(QStringLiteral("com.apple.sound.beep.volume"), QStringLiteral("0.61"));
     EXPECT_NEAR(RVSound::alertVolume(), 0.5f, 1e-4);
-    domain.insert(QStringLiteral("com.apple.sound.beep.volume"), QVariantList{1});
-    EXPECT_EQ(RVSound::alertVolume(), 1.0f);
+    // What does not read as a number leaves the full volume.
+    for (const QVariant& other : {QVariant(QVariantList{1}), QVariant(QDateTime::fromSecsSinceEpoch(0)),
+                                  QVariant(QByteArray("\x3f\x00"))}) {
+        domain.insert(QStringLiteral("com.apple.sound.beep.volume"), other);
+        EXPECT_EQ(RVSound::alertVolume(), 1.0f) << other.typeName();
+    }
+    domain.insert(QStringLiteral("com.apple.sound.beep.volume"), 0.47);
+    EXPECT_NEAR(RVSound::alertVolume(), 0.25f, 1e-4);
     domain.insert(QStringLiteral("com.apple.sound.beep.volume"), QStringLiteral("loud"));
     EXPECT_EQ(RVSound::alertVolume(), 0.0f); // text reads as 0, which is silent
     // The usual search comes first: an argument or the program's own value wins.
@@ -88,7 +98,7 @@ TEST(SoundFiles, ExtensionsMatchExactly)
         const char* path;
         bool sound;
     } cases[] = {{"x.aif", true}, {"x.Wav", false}, {"x.M4A", false}, {"x.m4a", true}, {"/a.b/x.'AIFF'", true},
-                 {"/a.wav/x", false}, {"x", false}, {"x.mp3", true}};
+                 {"/a.wav/x", false}, {"x", false}, {"x.mp3", true}, {"/a/x.wav/", true}};
     for (const auto& c : cases)
         EXPECT_EQ(RVSound::isSoundFileAtPath(QString::fromUtf8(c.path)), c.sound) << c.path;
 }
@@ -147,6 +157,25 @@ TEST_F(SoundTest, PrepareForSoundWakesTheOutputOnceIn25Seconds)
     QThread::msleep(50);
     EXPECT_EQ(platform.audio->events().count(silence), 1);
     EXPECT_TRUE(platform.audio->events().contains(QStringLiteral("volume 0.01")));
+}
+
+// Wake-ups at the same moment take turns under the class's lock, and load the silence once.
+TEST_F(SoundTest, SilentRunsTakeTurns)
+{
+    std::atomic<int> inside{0}, most{0};
+    platform.audio->onPlay = [&] {
+        const int now = ++inside;
+        if (now > most)
+            most = now;
+        QThread::msleep(30);
+        --inside;
+    };
+    std::thread first(RVSound::playSilentSoundThread), second(RVSound::playSilentSoundThread);
+    first.join();
+    second.join();
+    platform.audio->onPlay = nullptr;
+    EXPECT_EQ(most, 1);
+    EXPECT_EQ(platform.audio->events().count(QStringLiteral("volume 0.01")), 1);
 }
 
 // The silent sound's thread waits for the application's thread while it plays; that thread
