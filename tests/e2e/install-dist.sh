@@ -29,7 +29,7 @@ install_with() {
     [[ $(stat -c %a "$(dirname "$(dirname "$unpacked")")") == 700 ]] || fail "the private folder is not private"
     sleep 0.3
     xdotool windowactivate --sync "$window" key Return # Install
-    until_true 30 grep -q "launched immediately" "$installer_log"
+    until_true 30 grep -q "launched immediately" "$installer_log" || fail "$2 was not launched"
     grep -q "successfully copied" "$installer_log" || fail "$2 was not installed"
     [[ -d "$VELMORA_APPLICATIONS_DIR/$2.app" ]] || fail "$2 is not in the applications folder"
     pgrep -f "$VELMORA_APPLICATIONS_DIR/$2.app/Contents/MacOS/" >/dev/null || fail "$2 was not launched"
@@ -75,6 +75,10 @@ perl -0pi -e 's#(<key>CFBundleName</key>\s*<string>)[^<]*#${1}Acme Tool#; s/com\
 mkdir -p "$work/victim"
 echo "the user's" >"$work/victim/file"
 ln -s "$work/victim" "$second/Contents/Resources/outside"
+# Acme signs its product with a key of its own.
+acme_key=$("$build/src/sign/velmora-sign" generate-key "$work/acme.key")
+perl -0pi -e "s#(<key>VelmoraPublicEDKey</key>\\s*<string>)[^<]*#\${1}$acme_key#" "$second/Contents/Info.plist"
+"$build/src/sign/velmora-sign" sign "$work/acme.key" "$second" >/dev/null || fail "velmora-sign failed"
 mkdir -p "$work/bare.app"
 "$pack" "$work/bare.app" "$work/bare" 2>/dev/null && fail "a product without the installer was packed"
 "$pack" --level 3 "$second" "$work/Acme Tool-1.0-x86_64" || fail "velmora-pack failed"
