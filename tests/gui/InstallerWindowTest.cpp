@@ -462,9 +462,9 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
             const std::string where = std::to_string(int(phase)) + (viaSignal ? " SIGTERM" : " close");
             TempDir scratch;
             const QString source = scratch.mkdir(QStringLiteral("src/Product.app/Contents"));
-            scratch.write(QStringLiteral("src/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; }");
+            scratch.write(QStringLiteral("src/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; CFBundleIdentifier = com.example.product; }");
             scratch.write(QStringLiteral("src/Product.app/Contents/Big.bin"), QByteArray(192 << 20, 'n'));
-            scratch.write(QStringLiteral("Apps/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; }");
+            scratch.write(QStringLiteral("Apps/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; CFBundleIdentifier = com.example.product; }");
             const QString destination = scratch.file(QStringLiteral("Apps/Product.app"));
             const auto previous = snapshotTree(destination);
             const auto copied = snapshotTree(scratch.file(QStringLiteral("src/Product.app")));
