@@ -238,7 +238,8 @@ private:
                 const pid_t pid = match.captured(1).toInt();
                 ::kill(pid, SIGSTOP);
                 waitUntilStopped(pid);
-                const QString staged = folder + u'/' + name;
+                // The copy is built as "new" inside the staging folder.
+                const QString staged = folder + u'/' + name + QStringLiteral("/new");
                 for (int i = 39; i >= 0 && m_swapped.isEmpty(); --i) {
                     const QString relative = QStringLiteral("Contents/Resources/Data%1.bin").arg(i);
                     if (!QFile::exists(staged + u'/' + relative)) {
