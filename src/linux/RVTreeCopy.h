@@ -1,5 +1,7 @@
 #pragma once
 
+#include "RVFolderNames.h"
+
 #include <QString>
 
 #include <optional>
@@ -29,7 +31,3 @@ bool RVRemoveTree(const QString& path);
 // (a root-only file), and a file with other names (a hard link may lead anywhere) stay
 // as they are, and a folder they could not read is not entered.
 void RVHandOverTree(int folder, const char* name, uid_t uid, gid_t gid);
-
-// The names in an open folder, "." and ".." left out; empty (errno set) when it cannot be
-// listed to the end.
-std::optional<std::vector<std::string>> RVNamesIn(int folder);

@@ -1,6 +1,7 @@
 #include "RVBundleSignature.h"
 
 #include "RVFd.h"
+#include "RVFolderNames.h"
 #include "RVPropertyList.h"
 
 #include <QFile>
@@ -43,23 +44,6 @@ QString failure(const std::string& what, const std::string& path)
 {
     return QString::fromStdString(what + " " + (path.empty() ? std::string(".") : path) + ": " +
                                   std::strerror(errno));
-}
-
-std::optional<std::vector<std::string>> namesIn(int folder)
-{
-    DIR* listing = ::fdopendir(::dup(folder));
-    if (!listing)
-        return std::nullopt;
-    std::vector<std::string> names;
-    errno = 0;
-    while (const dirent* entry = ::readdir(listing)) {
-        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
-            names.emplace_back(entry->d_name);
-    }
-    const int listError = errno;
-    ::closedir(listing);
-    errno = listError;
-    return listError == 0 ? std::optional(std::move(names)) : std::nullopt;
 }
 
 // The contents of a regular file, never through a link; a hash of them when asked.
@@ -111,7 +95,7 @@ public:
 
     bool walk(const std::shared_ptr<Fd>& folder, const std::string& relative)
     {
-        const auto names = namesIn(folder->get());
+        const auto names = RVNamesIn(folder->get());
         if (!names)
             return fail("cannot list", relative);
         for (const std::string& name : *names) {

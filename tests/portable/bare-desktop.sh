@@ -58,7 +58,7 @@ file="/home/desk/Downloads/$(basename "$dist")"
 installer_log="$work/installer.log"
 
 as_user() {
-    chroot --userspec=4242:4242 "$root" env -i HOME=/home/desk USER=desk LANG=C.UTF-8 PATH=/usr/bin:/bin \
+    chroot "$root" setpriv --reuid=4242 --regid=4242 --clear-groups env -i HOME=/home/desk USER=desk LANG=C.UTF-8 PATH=/usr/bin:/bin \
         DISPLAY="$DISPLAY" XDG_RUNTIME_DIR="$runtime" "$@"
 }
 as_user "$file" 2>"$installer_log" &
