@@ -63,7 +63,7 @@ bench: build
 MUTANTS ?= 50
 SEED    ?= 1
 mutate: deps
-	MUTANTS=$(MUTANTS) SEED=$(SEED) JOBS=$(JOBS) LONG=$(LONG) X11=$(X11) E2E=$(E2E) REV=$(REV) \
+	MUTANTS=$(MUTANTS) SEED=$(SEED) JOBS=$(JOBS) LONG=$(LONG) X11=$(X11) E2E=$(E2E) REV=$(REV) ONLY='$(ONLY)' \
 		python3 scripts/mutate.py
 
 demo: build

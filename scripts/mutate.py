@@ -6,7 +6,7 @@ so the checkout is never touched, and the copy gets its file back however the ru
 Which mutants a seed picks depends only on each site's own text, so edits elsewhere do not
 reshuffle the sample.
 
-    make mutate MUTANTS=300 SEED=1 [LONG=1] [E2E=1] [JOBS=2]
+    make mutate MUTANTS=300 SEED=1 [LONG=1] [E2E=1] [JOBS=2] [ONLY=regex]
 """
 
 import argparse
@@ -327,6 +327,8 @@ def main():
                         help="seconds per mutant's tests (default: three times the clean run, at least 60)")
     parser.add_argument("--rev", default=os.environ.get("REV"),
                         help="measure this commit instead of the working tree")
+    parser.add_argument("--only", default=os.environ.get("ONLY"),
+                        help="of the picked mutants, run those whose 'file:line: mutation' matches this regex")
     parser.add_argument("--list", action="store_true", help="only list the picked mutants")
     parser.add_argument("--report", action="store_true", help="only report the last run's results (also a cut one)")
     args = parser.parse_args()
@@ -344,6 +346,9 @@ def main():
         source = exported
     tree = Tree(source, workdir)
     mutants = pick(all_sites(source), args.mutants, args.seed)
+    if args.only:
+        # Filtered after picking, so a slice checks the same sites as the whole sample.
+        mutants = [m for m in mutants if re.search(args.only, f"{m.path}:{m.line}: {m.describe()}")]
     if args.list:
         for m in mutants:
             print(f"{m.path}:{m.line}: {m.describe()}")
