@@ -10,7 +10,7 @@ export CCACHE_BASEDIR := $(CURDIR)
 export CCACHE_NOHASHDIR := 1
 CTEST_FLAGS    ?= --output-on-failure -j$(JOBS) --timeout 300
 
-.PHONY: all deps build test unit sanitize tsan fuzz bench demo dist format clean mutate
+.PHONY: all deps build test roots unit sanitize tsan fuzz bench demo dist format clean mutate
 
 all: build
 
@@ -23,7 +23,14 @@ build: deps
 
 # Runs the suite, then the same suite under AddressSanitizer and UndefinedBehaviorSanitizer,
 # then the threaded tests under ThreadSanitizer.
-test: unit sanitize tsan
+test: roots unit sanitize tsan
+
+# The Debian roots of the portable tests come from the archive: made in the background
+# while the code builds, so that the network and dpkg do not add to the run.
+roots: deps
+	mkdir -p $(BUILD_DIR)
+	(for suite in bookworm trixie; do bash tests/portable/make-root.sh $$suite; done) \
+		>$(BUILD_DIR)/roots.log 2>&1 </dev/null &
 
 unit: build
 	cd $(BUILD_DIR) && ctest $(CTEST_FLAGS)
@@ -36,7 +43,7 @@ sanitize: deps
 		ctest $(CTEST_FLAGS)
 
 # The tests whose code runs on two threads.
-TSAN_TESTS ?= ProcessCacheThreads|ProcessUINotificationsTest|ScriptRunner|Log\.|WorkerTest|PrivilegedTest|SoundTest
+TSAN_TESTS ?= ProcessCacheThreads|CopyHasher|BundleSignatureTest.EachAlteration|ProcessUINotificationsTest|ScriptRunner|Log\.|WorkerTest|PrivilegedTest|SoundTest
 
 tsan: deps
 	cmake -S . -B $(TSAN_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DRV_TSAN=ON

@@ -17,7 +17,7 @@ packages=(
     pulseaudio pulseaudio-utils sox
     weston xwayland qt6-wayland adwaita-icon-theme fonts-wqy-microhei
     libarchive-dev openjdk-17-jdk-headless
-    libsodium-dev patchelf debootstrap makeself libzstd-dev libacl1-dev
+    libsodium-dev libssl-dev patchelf debootstrap makeself libzstd-dev libacl1-dev
 )
 
 missing=()

@@ -1,5 +1,6 @@
 #include "RVLinuxFileManager.h"
 
+#include "RVCopyHasher.h"
 #include "RVLog.h"
 #include "RVPaths.h"
 #include "RVSafePath.h"
@@ -84,15 +85,24 @@ QString RVLinuxFileManager::stageCopy(const QString& source, const QString& targ
     const QByteArray name = RVStaging::stagingName(targetName);
     auto staging = std::make_shared<RVFd>(RVStaging::makeStagingFolder(folder->get(), name, targetName));
     QString error = lastError();
+    // A signed bundle's copy is checked before it goes into place: its files are hashed
+    // while the copy goes on, and the check reuses those digests.
+    struct stat signature {};
+    const QByteArray signatureFolder = from.name + '/' + RVBundleSignature::kFolder;
+    std::shared_ptr<RVCopyHasher> hasher;
+    if (::fstatat(from.folder.get(), signatureFolder.constData(), &signature, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISDIR(signature.st_mode))
+        hasher = std::make_shared<RVCopyHasher>();
     if (!staging->valid() ||
-        !RVCopyTree(from.folder.get(), from.name.constData(), staging->get(), RVStaging::kNew, &error, m_owner)) {
+        !RVCopyTree(from.folder.get(), from.name.constData(), staging->get(), RVStaging::kNew, &error, m_owner,
+                    hasher.get())) {
         RVLog(QStringLiteral("copy %@ failed: %@"), source, error);
         RVStaging::removeStagingFolder(folder->get(), name);
         return {};
     }
     const QString stagingPath = RVPaths::stringByAppendingPathComponent(targetFolder, QFile::decodeName(name));
     std::lock_guard lock(m_stagingMutex);
-    m_staging.insert(stagingPath, Staging{folder, staging, name});
+    m_staging.insert(stagingPath, Staging{folder, staging, name, hasher});
     return RVPaths::stringByAppendingPathComponent(stagingPath, QString::fromLatin1(RVStaging::kNew));
 }
 
@@ -264,7 +274,9 @@ std::optional<RVBundleSignature::Tree> RVLinuxFileManager::readSignedTree(const 
     QString error;
     std::optional<RVBundleSignature::Tree> tree;
     if (staging) {
-        tree = RVBundleSignature::readTree(staging->staging->get(), encoded(RVPaths::lastPathComponent(path)), walk, &error);
+        const auto known = staging->hasher && walk ? staging->hasher->finish() : RVBundleSignature::KnownDigests();
+        tree = RVBundleSignature::readTree(staging->staging->get(), encoded(RVPaths::lastPathComponent(path)), walk,
+                                           &error, &known);
     } else {
         const RVSafePath::Parent parent = RVSafePath::openParent(RVPaths::standardizedPath(path));
         if (parent.folder.valid())

@@ -42,6 +42,7 @@ private:
         std::shared_ptr<RVFd> folder;
         std::shared_ptr<RVFd> staging;
         QByteArray name;
+        std::shared_ptr<RVCopyHasher> hasher; // of a signed bundle's copy
     };
     std::optional<Staging> stagingOf(const QString& item);
     // The target's folder: the one the staging folder was made in when the target is

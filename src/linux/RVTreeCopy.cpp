@@ -1,5 +1,6 @@
 #include "RVTreeCopy.h"
 
+#include "RVCopyHasher.h"
 #include "RVFd.h"
 #include "RVSafePath.h"
 
@@ -33,7 +34,7 @@ namespace {
 class TreeCopier
 {
 public:
-    explicit TreeCopier(RVCopyOwner owner) : m_owner(owner) {}
+    TreeCopier(RVCopyOwner owner, RVCopyHasher* hasher) : m_owner(owner), m_hasher(hasher) {}
     bool copy(int sourceDir, const char* sourceName, int targetDir, const char* targetName,
               const std::string& relative);
     QString error;
@@ -66,6 +67,7 @@ private:
     int m_rootTarget = -1;
     std::string m_rootName;
     RVCopyOwner m_owner;
+    RVCopyHasher* m_hasher;
 
 public:
     void setRoot(int targetDir, const char* targetName)
@@ -141,7 +143,8 @@ bool TreeCopier::copyFile(int sourceDir, const char* sourceName, int targetDir,
     Fd from(::openat(sourceDir, sourceName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (!from.valid())
         return fail("cannot open", relative);
-    Fd to(::openat(targetDir, targetName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    // Readable too: a hasher reads the copy through this descriptor.
+    Fd to(::openat(targetDir, targetName, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!to.valid())
         return fail("cannot create", relative);
     if (!copyData(from.get(), to.get(), info.st_size))
@@ -149,6 +152,8 @@ bool TreeCopier::copyFile(int sourceDir, const char* sourceName, int targetDir,
     copyAttributes(from.get(), to.get());
     copyOwnerAndMode(to.get(), info);
     keepTimes(to.get(), info);
+    if (m_hasher && !relative.empty())
+        m_hasher->add(::fcntl(to.get(), F_DUPFD_CLOEXEC, 0), relative.substr(1));
     return true;
 }
 
@@ -300,9 +305,9 @@ bool removeAt(int dir, const char* name)
 } // namespace
 
 bool RVCopyTree(int sourceFolder, const char* sourceName, int targetFolder, const char* targetName,
-                QString* error, RVCopyOwner owner)
+                QString* error, RVCopyOwner owner, RVCopyHasher* hasher)
 {
-    TreeCopier copier(owner);
+    TreeCopier copier(owner, hasher);
     copier.setRoot(targetFolder, targetName);
     const bool ok = copier.copy(sourceFolder, sourceName, targetFolder, targetName, "");
     if (!ok && error)

@@ -18,9 +18,11 @@
 // For root (the privileged tool) the copy is root's whatever the source's owner, without
 // set-id bits or attributes beyond the user namespace (no file capabilities, no ACLs), and
 // a device, FIFO or socket fails it.
+// With a hasher, each file copied is handed to it, named by its path below the copy.
 enum class RVCopyOwner { AsSource, Root };
+class RVCopyHasher;
 bool RVCopyTree(int sourceFolder, const char* sourceName, int targetFolder, const char* targetName,
-                QString* error, RVCopyOwner owner = RVCopyOwner::AsSource);
+                QString* error, RVCopyOwner owner = RVCopyOwner::AsSource, RVCopyHasher* hasher = nullptr);
 
 // Deletes the item for good, a folder with its contents, never following a link.
 bool RVRemoveTree(int folder, const char* name);

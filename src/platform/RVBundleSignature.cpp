@@ -8,6 +8,9 @@
 #include <QVariantMap>
 
 #include <sodium.h>
+// The low-level interface links statically without OpenSSL's provider machinery.
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include <openssl/sha.h>
 
 #include <algorithm>
 #include <atomic>
@@ -27,7 +30,7 @@ namespace RVBundleSignature {
 namespace {
 
 constexpr char kHeader[] = "velmora-manifest 1\n";
-constexpr qsizetype kDigestHex = 2 * crypto_hash_sha256_BYTES;
+constexpr qsizetype kDigestHex = 2 * SHA256_DIGEST_LENGTH;
 constexpr off_t kLargestInfoPlist = 1 << 20;
 constexpr off_t kLargestManifest = 64 << 20;
 constexpr off_t kLargestSignatures = 4096;
@@ -47,34 +50,22 @@ QString failure(const std::string& what, const std::string& path)
 }
 
 // The contents of a regular file, never through a link; a hash of them when asked.
-std::optional<QByteArray> readFile(int folder, const char* name, QByteArray* digest, off_t keepUpTo)
+std::optional<QByteArray> readFile(int folder, const char* name, QByteArray* digest, off_t keepUpTo,
+                                   const KnownDigest* known = nullptr)
 {
     const Fd file(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat info {};
     if (!file.valid() || ::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode))
         return std::nullopt;
+    if (known && digest && keepUpTo == 0 && known->isOf(info)) {
+        *digest = known->digest;
+        return QByteArray();
+    }
     ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
-    crypto_hash_sha256_state state;
-    crypto_hash_sha256_init(&state);
     QByteArray kept;
-    std::vector<unsigned char> buffer(256 * 1024);
-    for (;;) {
-        const ssize_t got = ::read(file.get(), buffer.data(), buffer.size());
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got < 0)
-            return std::nullopt;
-        if (got == 0)
-            break;
-        crypto_hash_sha256_update(&state, buffer.data(), std::size_t(got));
-        if (kept.size() + got <= keepUpTo)
-            kept.append(reinterpret_cast<const char*>(buffer.data()), got);
-    }
-    if (digest) {
-        unsigned char out[crypto_hash_sha256_BYTES];
-        crypto_hash_sha256_final(&state, out);
-        *digest = QByteArray(reinterpret_cast<const char*>(out), sizeof out).toHex();
-    }
+    QByteArray ignored;
+    if (!hashFile(file.get(), digest ? digest : &ignored, &kept, keepUpTo))
+        return std::nullopt;
     return kept;
 }
 
@@ -113,14 +104,17 @@ public:
     }
 
     // Hashing is most of the work: the files are read on a few threads at once.
-    bool hashFiles()
+    bool hashFiles(const KnownDigests* known)
     {
         const unsigned threads = std::clamp(std::thread::hardware_concurrency(), 1u, 4u);
         std::atomic<std::size_t> next{0};
         const auto work = [&] {
             for (std::size_t i = next++; i < m_files.size(); i = next++) {
                 FileJob& job = m_files[i];
-                job.contents = readFile(job.folder->get(), job.name.c_str(), &job.digest, job.isInfo ? kLargestInfoPlist : 0);
+                const auto found = known ? known->find(entries[job.entry].path.toStdString()) : KnownDigests::const_iterator();
+                const KnownDigest* before = known && found != known->end() ? &found->second : nullptr;
+                job.contents = readFile(job.folder->get(), job.name.c_str(), &job.digest,
+                                        job.isInfo ? kLargestInfoPlist : 0, before);
             }
         };
         std::vector<std::thread> pool;
@@ -284,7 +278,45 @@ QString differenceBetween(const QByteArray& signedManifest, const QByteArray& ac
 
 } // namespace
 
-std::optional<Tree> readTree(int folder, const QByteArray& name, bool walk, QString* error)
+KnownDigest KnownDigest::of(const struct stat& info, const QByteArray& digest)
+{
+    return {info.st_dev, info.st_ino, info.st_size, info.st_mtim, info.st_ctim, digest};
+}
+
+bool KnownDigest::isOf(const struct stat& info) const
+{
+    const auto same = [](const timespec& a, const timespec& b) { return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec; };
+    return device == info.st_dev && inode == info.st_ino && size == info.st_size && same(modified, info.st_mtim) &&
+           same(changed, info.st_ctim);
+}
+
+bool hashFile(int fd, QByteArray* digest, QByteArray* kept, off_t keepUpTo)
+{
+    // OpenSSL's SHA-256 uses the processor's SHA instructions; libsodium's does not, and
+    // hashing is nearly all of a signed install's extra time.
+    SHA256_CTX state;
+    SHA256_Init(&state);
+    std::vector<unsigned char> buffer(256 * 1024);
+    for (off_t offset = 0;;) {
+        const ssize_t got = ::pread(fd, buffer.data(), buffer.size(), offset);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return false;
+        if (got == 0)
+            break;
+        offset += got;
+        SHA256_Update(&state, buffer.data(), std::size_t(got));
+        if (kept && kept->size() + got <= keepUpTo)
+            kept->append(reinterpret_cast<const char*>(buffer.data()), got);
+    }
+    unsigned char out[SHA256_DIGEST_LENGTH];
+    SHA256_Final(out, &state);
+    *digest = QByteArray(reinterpret_cast<const char*>(out), sizeof out).toHex();
+    return true;
+}
+
+std::optional<Tree> readTree(int folder, const QByteArray& name, bool walk, QString* error, const KnownDigests* known)
 {
     const auto root = std::make_shared<Fd>(::openat(folder, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!root->valid()) {
@@ -297,7 +329,7 @@ std::optional<Tree> readTree(int folder, const QByteArray& name, bool walk, QStr
     if (!sodiumReady())
         return std::nullopt;
     Walker walker;
-    if (!walker.walk(root, {}) || !walker.hashFiles()) {
+    if (!walker.walk(root, {}) || !walker.hashFiles(known)) {
         if (error)
             *error = walker.error;
         return std::nullopt;

@@ -5,6 +5,9 @@
 #include <QString>
 
 #include <optional>
+#include <string>
+#include <sys/stat.h>
+#include <unordered_map>
 
 // Ed25519 signatures over a bundle (libsodium). What is signed is the bundle's canonical
 // manifest: one line per item below the bundle folder, sorted by path, saying its kind
@@ -30,10 +33,30 @@ struct Tree
     QByteArray publicKey;      // that key, 32 bytes; empty when it does not decode
 };
 
+// A file's digest worked out earlier (as it was copied), good only for the very file it was
+// worked out for, untouched since.
+struct KnownDigest
+{
+    dev_t device;
+    ino_t inode;
+    off_t size;
+    timespec modified;
+    timespec changed;
+    QByteArray digest;
+    static KnownDigest of(const struct stat& info, const QByteArray& digest);
+    bool isOf(const struct stat& info) const;
+};
+using KnownDigests = std::unordered_map<std::string, KnownDigest>; // by path in the bundle
+
+// The SHA-256 (hex) of an open file's contents from its start; kept gets up to keepUpTo
+// bytes of them.
+bool hashFile(int fd, QByteArray* digest, QByteArray* kept = nullptr, off_t keepUpTo = 0);
+
 // Reads the bundle name inside the open folder; without walk, only the key in its
 // Info.plist and the signature files, as they are. Null (error set) when the tree cannot be
-// read to the end.
-std::optional<Tree> readTree(int folder, const QByteArray& name, bool walk, QString* error);
+// read to the end. A file with a known digest is not read again.
+std::optional<Tree> readTree(int folder, const QByteArray& name, bool walk, QString* error,
+                             const KnownDigests* known = nullptr);
 std::optional<Tree> readTree(const QString& path, bool walk, QString* error);
 
 // The key named by an Info.plist's contents: null when it names none, empty when the value

@@ -11,11 +11,14 @@ packages=("$gtk" libgl1 libegl1 fonts-dejavu-core dbus-x11)
 cache=${VELMORA_ROOT_CACHE:-/var/cache/velmora/roots}
 key=$(printf '%s\n' "$suite" "${packages[@]}" | sha256sum | cut -c1-12)
 root="$cache/$suite-$key"
+mkdir -p "$cache"
+# `make test` starts making the roots while it builds; a test that needs one waits here.
+exec 9>"$root.lock"
+flock 9
 if [[ -f "$root/.complete" ]]; then
     echo "$root"
     exit 0
 fi
-mkdir -p "$cache"
 rm -rf "$root.partial"
 packages_csv=$(IFS=,; echo "${packages[*]}")
 debootstrap --variant=minbase --include="$packages_csv" "$suite" "$root.partial" http://deb.debian.org/debian >&2 \
