@@ -114,6 +114,9 @@ TEST_F(WindowTest, StartUpFillsTheRealWidgetsAndTheButtonsNavigate)
     const QImage shot = window.grab().toImage();
     EXPECT_GE(shot.width(), 580);
     EXPECT_GE(shot.height(), 380);
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    window.close(); // while nothing runs: at once
+    EXPECT_EQ(quits.count(), 1);
 }
 
 // Every text a user sees, in the window's own order: the title, then each shown label and
@@ -430,15 +433,21 @@ TEST_F(WindowTest, EscapeActsAsTheCancelButtonWouldAndOnlyWhenItCan)
     }
 }
 
-TEST_F(WindowTest, ClosingTheWindowQuits)
+// Calls back on every paint of the object it filters.
+class PaintWatch : public QObject
 {
-    InstallerWindow window;
-    InstallerWinController controller;
-    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
-    start(window, controller);
-    window.close();
-    EXPECT_EQ(quits.count(), 1);
-}
+public:
+    explicit PaintWatch(std::function<void()> onPaint) : m_onPaint(std::move(onPaint)) {}
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            m_onPaint();
+        return false;
+    }
+
+private:
+    std::function<void()> m_onPaint;
+};
 
 // Closing the window, or SIGTERM, while an installation runs: the window keeps painting,
 // the application ends only when the worker has reached a safe point, and the destination
@@ -461,13 +470,14 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
         for (const bool viaSignal : {false, true}) {
             const std::string where = std::to_string(int(phase)) + (viaSignal ? " SIGTERM" : " close");
             TempDir scratch;
-            const QString source = scratch.mkdir(QStringLiteral("src/Product.app/Contents"));
-            scratch.write(QStringLiteral("src/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; CFBundleIdentifier = com.example.product; }");
+            const QByteArray info = "{ CFBundleSignature = PROD; CFBundleIdentifier = com.example.product; }";
+            product = scratch.file(QStringLiteral("src/Product.app"));
+            scratch.write(QStringLiteral("src/Product.app/Contents/Info.plist"), info);
             scratch.write(QStringLiteral("src/Product.app/Contents/Big.bin"), QByteArray(192 << 20, 'n'));
-            scratch.write(QStringLiteral("Apps/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; CFBundleIdentifier = com.example.product; }");
+            scratch.write(QStringLiteral("Apps/Product.app/Contents/Info.plist"), info);
             const QString destination = scratch.file(QStringLiteral("Apps/Product.app"));
             const auto previous = snapshotTree(destination);
-            const auto copied = snapshotTree(scratch.file(QStringLiteral("src/Product.app")));
+            const auto copied = snapshotTree(product);
             RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(),
                                  .workspace = std::make_shared<RVLinuxWorkspace>(std::make_shared<RVLinuxLauncher>(),
                                                                                  scratch.file(QStringLiteral("Apps"))),
@@ -490,13 +500,10 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
             InstallerWindow window;
             InstallerWinController controller;
             QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
-            platform.facts->arguments = {platform.facts->executable, QStringLiteral("-sourcePath"), scratch.file(QStringLiteral("src/Product.app")),
-                                         QStringLiteral("-destinationPath"), destination};
-            controller.setView(&window);
-            window.connectController(&controller);
-            controller.awakeFromNib();
+            start(window, controller, {QStringLiteral("-destinationPath"), destination});
             window.show();
             onSignal = [&controller] { controller.terminate(); };
+            child<QPushButton>(window, "installButton")->click(); // past the read-me
             child<QPushButton>(window, "installButton")->click();
             const auto staged = [&] {
                 return !QDir(scratch.file(QStringLiteral("Apps"))).entryList({QStringLiteral(".Product.app.velmora-*")},
@@ -511,23 +518,10 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
 
             int paints = 0;
             bool paintedWhileWorking = false;
-            struct PaintCounter : QObject
-            {
-                int* paints;
-                InstallerWinController* controller;
-                bool* whileWorking;
-                bool eventFilter(QObject*, QEvent* event) override
-                {
-                    if (event->type() == QEvent::Paint) {
-                        ++*paints;
-                        *whileWorking = *whileWorking || controller->isWorking();
-                    }
-                    return false;
-                }
-            } filter;
-            filter.paints = &paints;
-            filter.controller = &controller;
-            filter.whileWorking = &paintedWhileWorking;
+            PaintWatch filter([&] {
+                ++paints;
+                paintedWhileWorking = paintedWhileWorking || controller.isWorking();
+            });
             window.installEventFilter(&filter);
             window.update();
             EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }, 60000)) << where;
@@ -545,12 +539,6 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
         }
     }
 }
-
-} // namespace
-
-
-
-namespace {
 
 // Run by with-pulse.sh, which records what this plays.
 TEST(Playback, CompletionSoundReachesTheDefaultOutput)
