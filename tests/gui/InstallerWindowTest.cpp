@@ -433,22 +433,6 @@ TEST_F(WindowTest, EscapeActsAsTheCancelButtonWouldAndOnlyWhenItCan)
     }
 }
 
-// Calls back on every paint of the object it filters.
-class PaintWatch : public QObject
-{
-public:
-    explicit PaintWatch(std::function<void()> onPaint) : m_onPaint(std::move(onPaint)) {}
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        if (event->type() == QEvent::Paint)
-            m_onPaint();
-        return false;
-    }
-
-private:
-    std::function<void()> m_onPaint;
-};
-
 // Closing the window, or SIGTERM, while an installation runs: the window keeps painting,
 // the application ends only when the worker has reached a safe point, and the destination
 // holds the previous copy or the complete new one, never half of it.
@@ -470,14 +454,13 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
         for (const bool viaSignal : {false, true}) {
             const std::string where = std::to_string(int(phase)) + (viaSignal ? " SIGTERM" : " close");
             TempDir scratch;
-            const QByteArray info = "{ CFBundleSignature = PROD; CFBundleIdentifier = com.example.product; }";
-            product = scratch.file(QStringLiteral("src/Product.app"));
-            scratch.write(QStringLiteral("src/Product.app/Contents/Info.plist"), info);
+            const QString source = scratch.mkdir(QStringLiteral("src/Product.app/Contents"));
+            scratch.write(QStringLiteral("src/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; CFBundleIdentifier = com.example.product; }");
             scratch.write(QStringLiteral("src/Product.app/Contents/Big.bin"), QByteArray(192 << 20, 'n'));
-            scratch.write(QStringLiteral("Apps/Product.app/Contents/Info.plist"), info);
+            scratch.write(QStringLiteral("Apps/Product.app/Contents/Info.plist"), "{ CFBundleSignature = PROD; CFBundleIdentifier = com.example.product; }");
             const QString destination = scratch.file(QStringLiteral("Apps/Product.app"));
             const auto previous = snapshotTree(destination);
-            const auto copied = snapshotTree(product);
+            const auto copied = snapshotTree(scratch.file(QStringLiteral("src/Product.app")));
             RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(),
                                  .workspace = std::make_shared<RVLinuxWorkspace>(std::make_shared<RVLinuxLauncher>(),
                                                                                  scratch.file(QStringLiteral("Apps"))),
@@ -500,10 +483,13 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
             InstallerWindow window;
             InstallerWinController controller;
             QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
-            start(window, controller, {QStringLiteral("-destinationPath"), destination});
+            platform.facts->arguments = {platform.facts->executable, QStringLiteral("-sourcePath"), scratch.file(QStringLiteral("src/Product.app")),
+                                         QStringLiteral("-destinationPath"), destination};
+            controller.setView(&window);
+            window.connectController(&controller);
+            controller.awakeFromNib();
             window.show();
             onSignal = [&controller] { controller.terminate(); };
-            child<QPushButton>(window, "installButton")->click(); // past the read-me
             child<QPushButton>(window, "installButton")->click();
             const auto staged = [&] {
                 return !QDir(scratch.file(QStringLiteral("Apps"))).entryList({QStringLiteral(".Product.app.velmora-*")},
@@ -518,10 +504,23 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
 
             int paints = 0;
             bool paintedWhileWorking = false;
-            PaintWatch filter([&] {
-                ++paints;
-                paintedWhileWorking = paintedWhileWorking || controller.isWorking();
-            });
+            struct PaintCounter : QObject
+            {
+                int* paints;
+                InstallerWinController* controller;
+                bool* whileWorking;
+                bool eventFilter(QObject*, QEvent* event) override
+                {
+                    if (event->type() == QEvent::Paint) {
+                        ++*paints;
+                        *whileWorking = *whileWorking || controller->isWorking();
+                    }
+                    return false;
+                }
+            } filter;
+            filter.paints = &paints;
+            filter.controller = &controller;
+            filter.whileWorking = &paintedWhileWorking;
             window.installEventFilter(&filter);
             window.update();
             EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }, 60000)) << where;
