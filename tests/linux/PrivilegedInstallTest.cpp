@@ -222,8 +222,9 @@ TEST(DesktopEntry, NeverOverwritesAFileWeDidNotWrite)
         }
         const auto after = snapshotTree(share);
         for (auto it = before.cbegin(); it != before.cend(); ++it) {
-            if (it.value().contains(" size=")) // the user's files; their folders gain ours
+            if (it.value().contains(" size=")) { // the user's files; their folders gain ours
                 EXPECT_EQ(after.value(it.key()), it.value()) << it.key().toStdString();
+            }
         }
         EXPECT_EQ(QDir(share + u"/applications"_s).entryList({u"*.desktop"_s}, QDir::Files).size(), c.userEntry ? 2 : 1);
     }
@@ -496,8 +497,9 @@ TEST_F(HostileTrain, RefusesWhatItMustNotTrustAndExposesNothing)
                 continue;
             EXPECT_EQ(before.value(key), after.value(key)) << key.toStdString();
         }
-        if (c.exit != 0)
+        if (c.exit != 0) {
             EXPECT_EQ(snapshotTree(user.home), homeBefore);
+        }
         if (c.check)
             c.check(arguments);
     }
