@@ -210,9 +210,9 @@ TEST(DesktopEntry, NeverOverwritesAFileWeDidNotWrite)
         SCOPED_TRACE(c.name);
         const QString share = tmp.mkdir(u"share-"_s + QString::fromLatin1(c.name));
         if (c.userEntry)
-            tmp.write(share + u"/applications/com.example.clash.desktop"_s, "[Desktop Entry]\nType=Application\nName=Mine\nExec=mine\n");
+            tmp.write(QFileInfo(share).fileName() + u"/applications/com.example.clash.desktop"_s, "[Desktop Entry]\nType=Application\nName=Mine\nExec=mine\n");
         if (c.userIcon)
-            tmp.write(share + u"/icons/com.example.clash.png"_s, "mine");
+            tmp.write(QFileInfo(share).fileName() + u"/icons/com.example.clash.png"_s, "mine");
         const auto before = snapshotTree(share);
         for (int round = 0; round < 2; ++round) { // the second replaces the first
             const auto registration = RVDesktopEntry::registerBundle(app, share);
