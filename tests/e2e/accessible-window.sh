@@ -4,14 +4,8 @@
 # to the final page with the keyboard alone.
 set -euo pipefail
 source "$(dirname "$0")/common.sh"
-export HOME="$work/home" XDG_DATA_HOME="$work/share" VELMORA_APPLICATIONS_DIR="$work/Applications"
-mkdir -p "$HOME/Library/Logs"
-installer_log="$HOME/Library/Logs/VelmoraInstaller.log"
-demo="$build/demo/Velmora Demo.app"
-press="$build/tests/rvpress"
-
-"$demo/Contents/Resources/VelmoraInstaller.app/Contents/MacOS/VelmoraInstaller" \
-    -sourcePath "$demo" -readMePath "$build/demo/ReadMe.md" &
+user_in "$work"
+"$velmora_installer" -sourcePath "$demo" -readMePath "$build/demo/ReadMe.md" &
 installer=$!
 window=$(xdotool search --sync --onlyvisible --name "Velmora Demo Installer" | head -1)
 

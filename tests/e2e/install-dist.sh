@@ -10,9 +10,9 @@ dist=$(ls "$build"/dist/Velmora\ Demo-*-* | head -1)
 [[ -x "$dist" ]] || fail "no file from make dist"
 pack="$build/src/pack/velmora-pack"
 
-export HOME="$work/home" XDG_DATA_HOME="$work/share" VELMORA_APPLICATIONS_DIR="$work/Applications"
+user_in "$work"
 export XDG_RUNTIME_DIR="$work/runtime"
-mkdir -p "$HOME" "$XDG_RUNTIME_DIR"
+mkdir -p "$XDG_RUNTIME_DIR"
 chmod 0700 "$XDG_RUNTIME_DIR"
 installer_log="$work/installer.log"
 
@@ -68,7 +68,7 @@ done
 # A vendor's own product.
 second="$work/vendor/Acme Tool.app"
 mkdir -p "$work/vendor"
-cp -a "$build/demo/Velmora Demo.app" "$second"
+cp -a "$demo" "$second"
 perl -0pi -e 's#(<key>CFBundleName</key>\s*<string>)[^<]*#${1}Acme Tool#; s/com\.velmora\.demo/com.acme.tool/; s/VDMO/ACME/' \
     "$second/Contents/Info.plist"
 # A link in the product to a folder of the user's: removing the unpacked copy keeps it.

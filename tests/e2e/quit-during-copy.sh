@@ -7,14 +7,9 @@
 set -euo pipefail
 source "$(dirname "$0")/common.sh"
 
-export HOME="$work/home" XDG_DATA_HOME="$work/share" LANG=C.UTF-8
-mkdir -p "$HOME/Library/Logs"
-installer_log="$HOME/Library/Logs/VelmoraInstaller.log"
-printf '#!/bin/sh\nexec "$@"\n' >"$work/pkexec"
-chmod +x "$work/pkexec"
-export VELMORA_PKEXEC="$work/pkexec"
-demo="$build/demo/Velmora Demo.app"
-installer="$demo/Contents/Resources/VelmoraInstaller.app/Contents/MacOS/VelmoraInstaller"
+user_in "$work"
+export LANG=C.UTF-8
+stand_in_pkexec
 source="$work/src/Velmora Demo.app"
 mkdir -p "$work/src"
 cp -a "$demo" "$source"
@@ -28,7 +23,7 @@ for how in close sigterm privileged-sigterm; do
     apps="$work/Applications-$how"
     mkdir -p "$apps"
     cp -a "$demo" "$apps/Velmora Demo.app"
-    "$installer" -sourcePath "$source/" -destinationPath "$apps/Velmora Demo.app" -productName "Velmora Demo" \
+    "$velmora_installer" -sourcePath "$source/" -destinationPath "$apps/Velmora Demo.app" -productName "Velmora Demo" \
         -quitCode XXXX &
     pid=$!
     window=$(xdotool search --sync --onlyvisible --pid "$pid" | head -1) || fail "$how: no window"

@@ -114,6 +114,9 @@ TEST_F(WindowTest, StartUpFillsTheRealWidgetsAndTheButtonsNavigate)
     const QImage shot = window.grab().toImage();
     EXPECT_GE(shot.width(), 580);
     EXPECT_GE(shot.height(), 380);
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    window.close(); // while nothing runs: at once
+    EXPECT_EQ(quits.count(), 1);
 }
 
 // Every text a user sees, in the window's own order: the title, then each shown label and
@@ -430,16 +433,6 @@ TEST_F(WindowTest, EscapeActsAsTheCancelButtonWouldAndOnlyWhenItCan)
     }
 }
 
-TEST_F(WindowTest, ClosingTheWindowQuits)
-{
-    InstallerWindow window;
-    InstallerWinController controller;
-    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
-    start(window, controller);
-    window.close();
-    EXPECT_EQ(quits.count(), 1);
-}
-
 // Closing the window, or SIGTERM, while an installation runs: the window keeps painting,
 // the application ends only when the worker has reached a safe point, and the destination
 // holds the previous copy or the complete new one, never half of it.
@@ -545,12 +538,6 @@ TEST_F(WindowTest, ClosingOrSigtermInEveryPhaseWaitsWhileTheWindowPaints)
         }
     }
 }
-
-} // namespace
-
-
-
-namespace {
 
 // Run by with-pulse.sh, which records what this plays.
 TEST(Playback, CompletionSoundReachesTheDefaultOutput)

@@ -15,6 +15,7 @@
 #include <QThread>
 
 #include <cstdio>
+#include <functional>
 #include <optional>
 
 namespace {
@@ -57,35 +58,25 @@ bool hasStates(QDBusConnection& bus, const Node& node, std::initializer_list<uin
     return true;
 }
 
-std::optional<Node> findButton(QDBusConnection& bus, const Node& node, const QString& name, int depth)
+QString roleOf(QDBusConnection& bus, const Node& node)
 {
     const QDBusMessage role = call(bus, node, "org.a11y.atspi.Accessible", "GetRoleName");
-    if (!role.arguments().isEmpty() && role.arguments().first().toString() == u"push button" &&
-        nameOf(bus, node) == name && hasStates(bus, node, {kStateEnabled, kStateShowing}))
+    return role.arguments().isEmpty() ? QString() : role.arguments().first().toString();
+}
+
+// Visits the tree depth first until visit answers true; answers that node.
+std::optional<Node> walk(QDBusConnection& bus, const Node& node, const std::function<bool(const Node&)>& visit, int depth = 0)
+{
+    if (visit(node))
         return node;
     if (depth > 30)
         return std::nullopt;
-    std::vector<Node> nodes;
     for (const RVAccessibleElement& child :
-         RVAtspiAccessibility::elementsIn(call(bus, node, "org.a11y.atspi.Accessible", "GetChildren")))
-        nodes.push_back({child.busName, child.path});
-    for (const Node& child : nodes) {
-        if (auto found = findButton(bus, child, name, depth + 1))
+         RVAtspiAccessibility::elementsIn(call(bus, node, "org.a11y.atspi.Accessible", "GetChildren"))) {
+        if (auto found = walk(bus, {child.busName, child.path}, visit, depth + 1))
             return found;
     }
     return std::nullopt;
-}
-
-void list(QDBusConnection& bus, const Node& node, int depth)
-{
-    const QDBusMessage role = call(bus, node, "org.a11y.atspi.Accessible", "GetRoleName");
-    if (!role.arguments().isEmpty() && hasStates(bus, node, {kStateShowing}))
-        std::printf("%s\t%s\n", qPrintable(role.arguments().first().toString()), qPrintable(nameOf(bus, node)));
-    if (depth > 30)
-        return;
-    for (const RVAccessibleElement& child :
-         RVAtspiAccessibility::elementsIn(call(bus, node, "org.a11y.atspi.Accessible", "GetChildren")))
-        list(bus, {child.busName, child.path}, depth + 1);
 }
 
 } // namespace
@@ -95,33 +86,34 @@ int main(int argc, char* argv[])
     QCoreApplication application(argc, argv);
     if (argc < 3)
         return 64;
-    if (QByteArray(argv[1]) == "--list") {
-        QDBusConnection bus = QDBusConnection::connectToBus(RVAtspiAccessibility::busAddress(), QStringLiteral("rvpress"));
-        RVAtspiAccessibility accessibility;
-        for (int tries = 0; tries < 100; ++tries) {
-            if (const auto app = accessibility.applicationElement(pid_t(QByteArray(argv[2]).toInt()))) {
-                list(bus, {app->busName, app->path}, 0);
-                return 0;
-            }
-            QThread::msleep(100);
-        }
-        return 1;
-    }
-    const pid_t pid = pid_t(QByteArray(argv[1]).toInt());
+    const bool listing = QByteArray(argv[1]) == "--list";
+    const pid_t pid = pid_t(QByteArray(argv[listing ? 2 : 1]).toInt());
     const QString name = QString::fromUtf8(argv[2]);
-    const int seconds = argc > 3 ? QByteArray(argv[3]).toInt() : 20;
+    const int seconds = listing ? 10 : argc > 3 ? QByteArray(argv[3]).toInt() : 20;
     QDBusConnection bus = QDBusConnection::connectToBus(RVAtspiAccessibility::busAddress(), QStringLiteral("rvpress"));
     RVAtspiAccessibility accessibility;
     QElapsedTimer timer;
     timer.start();
     while (timer.elapsed() < seconds * 1000) {
-        if (const auto app = accessibility.applicationElement(pid); app && bus.isConnected()) {
-            if (const auto button = findButton(bus, {app->busName, app->path}, name, 0)) {
-                const QDBusMessage done = call(bus, *button, "org.a11y.atspi.Action", "DoAction", {0});
-                if (!done.arguments().isEmpty() && done.arguments().first().toBool()) {
-                    std::printf("pressed %s\n", argv[2]);
-                    return 0;
-                }
+        const auto app = accessibility.applicationElement(pid);
+        if (app && listing) {
+            walk(bus, {app->busName, app->path}, [&](const Node& node) {
+                const QString role = roleOf(bus, node);
+                if (!role.isEmpty() && hasStates(bus, node, {kStateShowing}))
+                    std::printf("%s\t%s\n", qPrintable(role), qPrintable(nameOf(bus, node)));
+                return false;
+            });
+            return 0;
+        }
+        const auto button = app && bus.isConnected() ? walk(bus, {app->busName, app->path}, [&](const Node& node) {
+            return roleOf(bus, node) == u"push button" && nameOf(bus, node) == name &&
+                   hasStates(bus, node, {kStateEnabled, kStateShowing});
+        }) : std::nullopt;
+        if (button) {
+            const QDBusMessage done = call(bus, *button, "org.a11y.atspi.Action", "DoAction", {0});
+            if (!done.arguments().isEmpty() && done.arguments().first().toBool()) {
+                std::printf("pressed %s\n", argv[2]);
+                return 0;
             }
         }
         QThread::msleep(100);

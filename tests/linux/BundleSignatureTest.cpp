@@ -1,6 +1,7 @@
 #include "FakePlatform.h"
 #include "InstallFunction.h"
 #include "InstallSignature.h"
+#include "LinuxTest.h"
 #include "InstallerWinController.h"
 #include "RVBundleSignature.h"
 #include "RVLinuxFileManager.h"
@@ -19,9 +20,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <functional>
-#include <poll.h>
-#include <sys/inotify.h>
 #include <thread>
 
 namespace {
@@ -50,43 +48,43 @@ class BundleSignatureTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        qputenv("XDG_DATA_HOME", tmp.mkdir(QStringLiteral("share")).toUtf8());
+        qputenv("XDG_DATA_HOME", tmp.mkdir(u"share"_s).toUtf8());
         qunsetenv("PKEXEC_UID");
-        apps = tmp.mkdir(QStringLiteral("Apps"));
-        destination = apps + QStringLiteral("/Product.app");
+        apps = tmp.mkdir(u"Apps"_s);
+        destination = apps + u"/Product.app"_s;
         RVPlatform::install({.fileManager = std::make_shared<RVLinuxFileManager>(),
                              .workspace = std::make_shared<RVLinuxWorkspace>(std::make_shared<RVLinuxLauncher>(), apps)});
         for (const char* name : {"old", "new", "attacker"})
-            keys[QString::fromLatin1(name)] = runTool({QStringLiteral("generate-key"), keyFile(name)}).output;
+            keys[QString::fromLatin1(name)] = runTool({u"generate-key"_s, keyFile(name)}).output;
     }
     void TearDown() override { qunsetenv("XDG_DATA_HOME"); }
 
-    QString keyFile(const char* name) const { return tmp.file(QStringLiteral("%1.key").arg(QLatin1String(name))); }
+    QString keyFile(const char* name) const { return tmp.file(u"%1.key"_s.arg(QLatin1String(name))); }
 
     // A product naming key (none when empty), signed by each of signers.
     QString makeProduct(const QString& folder, const QString& version, const QString& key, const QStringList& signers)
     {
-        const QString app = tmp.mkdir(folder + QStringLiteral("/Product.app"));
-        const QString named = key.isEmpty() ? QString() : QStringLiteral("<key>VelmoraPublicEDKey</key><string>%1</string>").arg(keys[key]);
-        tmp.write(folder + QStringLiteral("/Product.app/Contents/Info.plist"),
+        const QString app = tmp.mkdir(folder + u"/Product.app"_s);
+        const QString named = key.isEmpty() ? QString() : u"<key>VelmoraPublicEDKey</key><string>%1</string>"_s.arg(keys[key]);
+        tmp.write(folder + u"/Product.app/Contents/Info.plist"_s,
                   QStringLiteral("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleExecutable</key>"
                                  "<string>Product</string><key>CFBundleVersion</key><string>%1</string>%2</dict></plist>")
                       .arg(version, named)
                       .toUtf8());
-        tmp.write(folder + QStringLiteral("/Product.app/Contents/MacOS/Product"), "#!/bin/sh\necho " + version.toUtf8() + "\n",
+        tmp.write(folder + u"/Product.app/Contents/MacOS/Product"_s, "#!/bin/sh\necho " + version.toUtf8() + "\n",
                   QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup);
         for (int i = 0; i < 40; ++i)
-            tmp.write(folder + QStringLiteral("/Product.app/Contents/Resources/Data%1.bin").arg(i), QByteArray(50000, char('a' + i % 26)));
-        QFile::link(QStringLiteral("Data0.bin"), app + QStringLiteral("/Contents/Resources/Alias.bin"));
+            tmp.write(folder + u"/Product.app/Contents/Resources/Data%1.bin"_s.arg(i), QByteArray(50000, char('a' + i % 26)));
+        QFile::link(u"Data0.bin"_s, app + u"/Contents/Resources/Alias.bin"_s);
         for (const QString& signer : signers) {
-            const Tool signed_ = runTool({QStringLiteral("sign"), keyFile(signer.toLatin1().constData()), app});
+            const Tool signed_ = runTool({u"sign"_s, keyFile(signer.toLatin1().constData()), app});
             EXPECT_EQ(signed_.status, 0) << signed_.output.toStdString();
         }
         return app;
     }
 
     // No staging item of any installer is left beside the destination.
-    QStringList hiddenItems() const { return QDir(apps).entryList(QDir::Hidden | QDir::AllEntries | QDir::NoDotAndDotDot).filter(QRegularExpression(QStringLiteral("^\\."))); }
+    QStringList hiddenItems() const { return QDir(apps).entryList(QDir::Hidden | QDir::AllEntries | QDir::NoDotAndDotDot).filter(QRegularExpression(u"^\\."_s)); }
 
     TempDir tmp;
     FakePlatform platform;
@@ -95,17 +93,6 @@ protected:
     QString destination;
     QMap<QString, QString> keys;
 };
-
-void editFile(const QString& path, const std::function<void(QByteArray&)>& edit)
-{
-    QFile file(path);
-    file.open(QIODevice::ReadOnly);
-    QByteArray bytes = file.readAll();
-    file.close();
-    edit(bytes);
-    file.open(QIODevice::WriteOnly | QIODevice::Truncate);
-    file.write(bytes);
-}
 
 // Each way a signed update can be changed after signing is refused before anything moves:
 // the previous copy stays as it was, nothing staged is left, the log names the
@@ -136,7 +123,7 @@ TEST_F(BundleSignatureTest, EachAlterationOfASignedUpdateIsRefusedAndTheRotatedK
         {"a link's target changed", "old", "old", {"old"},
          [](const QString& app) {
              QFile::remove(app + "/Contents/Resources/Alias.bin");
-             QFile::link(QStringLiteral("/etc/passwd"), app + "/Contents/Resources/Alias.bin");
+             QFile::link(u"/etc/passwd"_s, app + "/Contents/Resources/Alias.bin");
          },
          "Contents/Resources/Alias.bin was changed"},
         {"a folder added", "old", "old", {"old"}, [](const QString& app) { QDir().mkpath(app + "/Contents/PlugIns"); },
@@ -159,12 +146,12 @@ TEST_F(BundleSignatureTest, EachAlterationOfASignedUpdateIsRefusedAndTheRotatedK
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         QDir(apps).removeRecursively();
-        QDir(tmp.file(QStringLiteral("new"))).removeRecursively();
+        QDir(tmp.file(u"new"_s)).removeRecursively();
         QStringList previousSigners;
         if (!c.previousKey.isEmpty())
             previousSigners << c.previousKey;
-        const QString previous = makeProduct(QStringLiteral("Apps"), QStringLiteral("1.0"), c.previousKey, previousSigners);
-        const QString source = makeProduct(QStringLiteral("new"), QStringLiteral("2.0"), c.newKey, c.signers);
+        const QString previous = makeProduct(u"Apps"_s, u"1.0"_s, c.previousKey, previousSigners);
+        const QString source = makeProduct(u"new"_s, u"2.0"_s, c.newKey, c.signers);
         if (c.alter)
             c.alter(source);
         const auto before = snapshotTree(previous);
@@ -176,7 +163,7 @@ TEST_F(BundleSignatureTest, EachAlterationOfASignedUpdateIsRefusedAndTheRotatedK
         if (c.reason) {
             EXPECT_EQ(controller.installMyselfInDestination(), QString::fromLatin1(kUntrustedCopyMessage));
             EXPECT_EQ(snapshotTree(previous), before);
-            const QString refusal = QStringLiteral("ERROR -- Refusing the new copy for %1: ").arg(destination);
+            const QString refusal = u"ERROR -- Refusing the new copy for %1: "_s.arg(destination);
             const QStringList lines = log.lines().mid(mark).filter(refusal);
             ASSERT_EQ(lines.size(), 1) << log.lines().join(u'\n').toStdString();
             EXPECT_TRUE(lines[0].contains(QLatin1String(c.reason))) << lines[0].toStdString();
@@ -188,7 +175,7 @@ TEST_F(BundleSignatureTest, EachAlterationOfASignedUpdateIsRefusedAndTheRotatedK
             EXPECT_EQ(InstallApplication(source, destination, QString(), &untrusted), InstallResultSuccess)
                 << log.lines().join(u'\n').toStdString();
             EXPECT_FALSE(untrusted);
-            EXPECT_TRUE(QFile(destination + QStringLiteral("/Contents/Info.plist")).open(QIODevice::ReadOnly));
+            EXPECT_TRUE(QFile(destination + u"/Contents/Info.plist"_s).open(QIODevice::ReadOnly));
             EXPECT_NE(snapshotTree(destination), before);
         }
         EXPECT_EQ(hiddenItems(), QStringList());
@@ -221,27 +208,19 @@ public:
 private:
     void swap(const QString& folder, const QString& source)
     {
-        static const QRegularExpression staging(QStringLiteral("\\.velmora-(\\d+)-"));
+        static const QRegularExpression staging(u"\\.velmora-(\\d+)-"_s);
         for (int waited = 0; waited < 60000 && !m_stopRequested; waited += 10) {
-            pollfd ready{m_watch, POLLIN, 0};
-            if (::poll(&ready, 1, 10) <= 0)
-                continue;
-            alignas(inotify_event) char buffer[4096];
-            const ssize_t length = ::read(m_watch, buffer, sizeof buffer);
-            for (ssize_t at = 0; at < length;) {
-                const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
-                at += ssize_t(sizeof(inotify_event) + event->len);
-                const QString name = QFile::decodeName(event->name);
+            for (const QString& name : inotifyNames(m_watch, 10)) {
                 const auto match = staging.match(name);
-                if (!event->len || !match.hasMatch())
+                if (!match.hasMatch())
                     continue;
                 const pid_t pid = match.captured(1).toInt();
                 ::kill(pid, SIGSTOP);
                 waitUntilStopped(pid);
                 // The copy is built as "new" inside the staging folder.
-                const QString staged = folder + u'/' + name + QStringLiteral("/new");
+                const QString staged = folder + u'/' + name + u"/new"_s;
                 for (int i = 39; i >= 0 && m_swapped.isEmpty(); --i) {
-                    const QString relative = QStringLiteral("Contents/Resources/Data%1.bin").arg(i);
+                    const QString relative = u"Contents/Resources/Data%1.bin"_s.arg(i);
                     if (!QFile::exists(staged + u'/' + relative)) {
                         editFile(source + u'/' + relative, [](QByteArray& b) { b[0] = '!'; });
                         m_swapped = relative;
@@ -254,12 +233,8 @@ private:
     }
     static void waitUntilStopped(pid_t pid)
     {
-        for (int i = 0; i < 1000; ++i) {
-            QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-            if (!stat.open(QIODevice::ReadOnly) || stat.readAll().contains(") T "))
-                return;
+        for (int i = 0; i < 1000 && !readFile(u"/proc/%1/stat"_s.arg(pid)).contains(") T "); ++i)
             QThread::usleep(1000);
-        }
     }
 
     int m_watch = -1;
@@ -273,14 +248,14 @@ private:
 // copy and in root's tool alike.
 TEST_F(BundleSignatureTest, ASourceChangedDuringTheCopyIsRefusedAndThePreviousCopyKept)
 {
-    const QString passThrough = tmp.write(QStringLiteral("pkexec-pass.sh"), "#!/bin/sh\nexec \"$@\"\n",
+    const QString passThrough = tmp.write(u"pkexec-pass.sh"_s, "#!/bin/sh\nexec \"$@\"\n",
                                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     for (const bool privileged : {false, true}) {
         SCOPED_TRACE(privileged ? "train" : "plain copy");
         QDir(apps).removeRecursively();
-        QDir(tmp.file(QStringLiteral("new"))).removeRecursively();
-        const QString previous = makeProduct(QStringLiteral("Apps"), QStringLiteral("1.0"), QStringLiteral("old"), {QStringLiteral("old")});
-        const QString source = makeProduct(QStringLiteral("new"), QStringLiteral("2.0"), QStringLiteral("old"), {QStringLiteral("old")});
+        QDir(tmp.file(u"new"_s)).removeRecursively();
+        const QString previous = makeProduct(u"Apps"_s, u"1.0"_s, u"old"_s, {u"old"_s});
+        const QString source = makeProduct(u"new"_s, u"2.0"_s, u"old"_s, {u"old"_s});
         const auto before = snapshotTree(previous);
         QString swapped, output;
         int status = -1;
@@ -300,7 +275,7 @@ TEST_F(BundleSignatureTest, ASourceChangedDuringTheCopyIsRefusedAndThePreviousCo
         }
         ASSERT_FALSE(swapped.isEmpty()) << "the copy ended before the swap";
         EXPECT_EQ(status, privileged ? kTrainExitUntrusted : InstallResultCopyFailed) << output.toStdString();
-        EXPECT_TRUE(output.contains(QStringLiteral("ERROR -- Refusing the new copy for %1: it does not match its signed manifest: %2 was changed")
+        EXPECT_TRUE(output.contains(u"ERROR -- Refusing the new copy for %1: it does not match its signed manifest: %2 was changed"_s
                                         .arg(destination, swapped)))
             << output.toStdString();
         EXPECT_EQ(snapshotTree(previous), before);
@@ -316,30 +291,30 @@ TEST_F(BundleSignatureTest, SignToolRoundTripAndRefusals)
     const QFileInfo key(keyPath);
     EXPECT_EQ(key.size(), 32);
     EXPECT_EQ(key.permissions() & 0x0777, QFile::ReadUser | QFile::WriteUser);
-    const QByteArray seed = [&] { QFile f(keyPath); f.open(QIODevice::ReadOnly); return f.readAll(); }();
-    EXPECT_EQ(QString::fromLatin1(RVBundleSignature::publicKeyOfSeed(seed).toBase64()), keys[QStringLiteral("old")]);
+    const QByteArray seed = readFile(keyPath);
+    EXPECT_EQ(QString::fromLatin1(RVBundleSignature::publicKeyOfSeed(seed).toBase64()), keys[u"old"_s]);
 
-    const QString app = makeProduct(QStringLiteral("new"), QStringLiteral("2.0"), QStringLiteral("old"), {});
-    const QString notKey = tmp.write(QStringLiteral("short.key"), "too short");
-    const QString plainFolder = tmp.mkdir(QStringLiteral("Plain"));
+    const QString app = makeProduct(u"new"_s, u"2.0"_s, u"old"_s, {});
+    const QString notKey = tmp.write(u"short.key"_s, "too short");
+    const QString plainFolder = tmp.mkdir(u"Plain"_s);
     struct Case
     {
         QStringList arguments;
         int status;
         QString output;
     } cases[] = {
-        {{"public-key", keyPath}, 0, keys[QStringLiteral("old")]},
+        {{"public-key", keyPath}, 0, keys[u"old"_s]},
         {{"generate-key", keyPath}, 1, "cannot create " + keyPath + ": File exists"},
         {{"public-key", tmp.file("missing.key")}, 1, "cannot read " + tmp.file("missing.key")},
         {{"sign", notKey, app}, 1, notKey + " is not a key made by velmora-sign generate-key"},
         {{"sign", tmp.mkdir("folder.key"), app}, 1, "cannot read " + tmp.file("folder.key")},
         {{"verify", app}, 1, "it carries no signature"},
         {{"sign", keyPath, plainFolder}, 1, plainFolder + " is not an application bundle"},
-        {{"sign", keyPath, app}, 0, "signed with " + keys[QStringLiteral("old")]},
+        {{"sign", keyPath, app}, 0, "signed with " + keys[u"old"_s]},
         {{"verify", app}, 0, "valid"},
-        {{"verify", app, keys[QStringLiteral("new")]}, 1, "it is not signed with the key " + keys[QStringLiteral("new")]},
-        {{"sign", keyFile("new"), app}, 0, "signed with " + keys[QStringLiteral("new")]},
-        {{"verify", app, keys[QStringLiteral("new")]}, 0, "valid"},
+        {{"verify", app, keys[u"new"_s]}, 1, "it is not signed with the key " + keys[u"new"_s]},
+        {{"sign", keyFile("new"), app}, 0, "signed with " + keys[u"new"_s]},
+        {{"verify", app, keys[u"new"_s]}, 0, "valid"},
         {{"verify", app}, 0, "valid"},
         {{"sign", keyFile("attacker"), app}, 1, "already carries two signatures"},
         {{"verify", plainFolder}, 1, "is not an application bundle"},
@@ -350,8 +325,7 @@ TEST_F(BundleSignatureTest, SignToolRoundTripAndRefusals)
         EXPECT_EQ(result.status, c.status) << c.arguments.join(u' ').toStdString() << ": " << result.output.toStdString();
         EXPECT_TRUE(result.output.contains(c.output)) << c.arguments.join(u' ').toStdString() << ": " << result.output.toStdString();
     }
-    const QByteArray after = [&] { QFile f(keyPath); f.open(QIODevice::ReadOnly); return f.readAll(); }();
-    EXPECT_EQ(after, seed);
+    EXPECT_EQ(readFile(keyPath), seed);
 }
 
 } // namespace

@@ -1,17 +1,13 @@
+#include "LinuxTest.h"
 #include "TempDir.h"
 #include "TreeSnapshot.h"
 
 #include <QDirIterator>
-#include <QProcess>
 #include <QRegularExpression>
 
 #include <csignal>
-#include <functional>
 #include <iostream>
 #include <map>
-#include <poll.h>
-#include <pwd.h>
-#include <sys/inotify.h>
 #include <sys/mount.h>
 
 #include <gtest/gtest.h>
@@ -35,38 +31,12 @@ const std::map<Fault, const char*> kFaults = {{Fault::Kill, "SIGKILL"}, {Fault::
                                               {Fault::Unreadable, "unreadable item"}, {Fault::NoTrash, "no Trash"},
                                               {Fault::FolderRemoved, "folder removed"}};
 
-struct User
-{
-    uid_t uid = 0;
-    gid_t gid = 0;
-    QString home;
-};
-
-std::optional<User> testUser()
-{
-    const QByteArray name = qgetenv("RV_TEST_USER");
-    const struct passwd* entry = name.isEmpty() ? nullptr : ::getpwnam(name.constData());
-    if (!entry || ::getuid() != 0)
-        return std::nullopt;
-    return User{entry->pw_uid, entry->pw_gid, QFile::decodeName(entry->pw_dir)};
-}
-
-void chownTree(const QString& root, const User& user)
-{
-    ::lchown(QFile::encodeName(root).constData(), user.uid, user.gid);
-    QDirIterator it(root, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (it.hasNext())
-        ::lchown(QFile::encodeName(it.next()).constData(), user.uid, user.gid);
-}
-
 QStringList rootOwnedIn(const QString& root)
 {
     QStringList found;
     QDirIterator it(root, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
     while (it.hasNext()) {
-        const QString path = it.next();
-        struct stat info {};
-        if (::lstat(QFile::encodeName(path).constData(), &info) == 0 && info.st_uid == 0)
+        if (const QString path = it.next(); statOf(path).st_uid == 0)
             found << path;
     }
     return found;
@@ -76,13 +46,13 @@ QStringList rootOwnedIn(const QString& root)
 QMap<QString, QByteArray> withoutOwners(QMap<QString, QByteArray> items)
 {
     for (QByteArray& item : items)
-        item = QString::fromUtf8(item).remove(QRegularExpression(QStringLiteral(" uid=\\d+"))).toUtf8();
+        item = QString::fromUtf8(item).remove(QRegularExpression(u" uid=\\d+"_s)).toUtf8();
     return items;
 }
 
 QStringList stagingIn(const QString& folder)
 {
-    return QDir(folder).entryList({QStringLiteral("*.velmora-*")}, QDir::AllEntries | QDir::Hidden | QDir::System);
+    return QDir(folder).entryList({u"*.velmora-*"_s}, QDir::AllEntries | QDir::Hidden | QDir::System);
 }
 
 // Watches a folder and acts once when an item with a matching name shows up there (or
@@ -113,7 +83,7 @@ protected:
         QByteArray notes;
     };
 
-    QString trashFolder() const { return user.home + QStringLiteral("/.local/share/Trash"); }
+    QString trashFolder() const { return user.home + u"/.local/share/Trash"_s; }
 
     // The names in the user's Trash (the home's, or the volume's of volume) whose item is,
     // owners aside, the given tree.
@@ -121,9 +91,9 @@ protected:
     {
         QStringList found, trashes{trashFolder()};
         if (!volume.isEmpty())
-            trashes << volume + QStringLiteral("/.Trash-%1").arg(user.uid);
+            trashes << volume + u"/.Trash-%1"_s.arg(user.uid);
         for (const QString& trash : trashes) {
-            const QString files = trash + QStringLiteral("/files");
+            const QString files = trash + u"/files"_s;
             for (const QString& name : QDir(files).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)) {
                 if (withoutOwners(snapshotTree(files + u'/' + name)) == withoutOwners(tree))
                     found << name;
@@ -135,52 +105,40 @@ protected:
     // Runs a program as the user, with the user's home.
     QString asUser(const QString& program, const QStringList& arguments, const QByteArray& input = {})
     {
-        QProcess process;
-        QProcessEnvironment environment;
-        environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
-        environment.insert(QStringLiteral("HOME"), user.home);
-        environment.insert(QStringLiteral("XDG_DATA_HOME"), user.home + QStringLiteral("/.local/share"));
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral("/usr/bin/setpriv"),
-                      QStringList{QStringLiteral("--reuid=%1").arg(user.uid), QStringLiteral("--regid=%1").arg(user.gid),
-                                  QStringLiteral("--clear-groups"), program} +
-                          arguments);
-        process.write(input);
-        process.closeWriteChannel();
-        process.waitForFinished(30000);
-        return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
+        return runProgram(u"/usr/bin/setpriv"_s, user.drop() + QStringList{program} + arguments,
+                          {u"HOME="_s + user.home, u"XDG_DATA_HOME="_s + user.home + u"/.local/share"_s}, input);
     }
 
     void prepare(Run& run, bool withWrapper, bool smallDisk)
     {
         QFile::setPermissions(run.tmp.path(), QFile::permissions(run.tmp.path()) | QFile::ExeOther | QFile::ReadOther);
-        run.source = run.tmp.mkdir(QStringLiteral("src/Suite/Product.app"));
-        run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Info.plist"),
+        run.source = run.tmp.mkdir(u"src/Suite/Product.app"_s);
+        run.tmp.write(u"src/Suite/Product.app/Contents/Info.plist"_s,
                       "{ CFBundleIdentifier = com.velmora.product; CFBundleShortVersionString = \"2\"; }");
-        run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Resources/Big.bin"), QByteArray(48 << 20, 'n'));
+        run.tmp.write(u"src/Suite/Product.app/Contents/Resources/Big.bin"_s, QByteArray(48 << 20, 'n'));
         if (withWrapper) {
-            run.wrapper = run.tmp.file(QStringLiteral("src/Suite"));
-            run.tmp.write(QStringLiteral("src/Suite/Extra.bin"), QByteArray(48 << 20, 'e'));
-            run.tmp.write(QStringLiteral("src/Suite/Projects/readme.txt"), "the suite's");
+            run.wrapper = run.tmp.file(u"src/Suite"_s);
+            run.tmp.write(u"src/Suite/Extra.bin"_s, QByteArray(48 << 20, 'e'));
+            run.tmp.write(u"src/Suite/Projects/readme.txt"_s, "the suite's");
         }
-        run.apps = run.tmp.mkdir(QStringLiteral("Apps"));
+        run.apps = run.tmp.mkdir(u"Apps"_s);
         if (smallDisk)
             m_mount = std::make_unique<QString>(run.apps), ::mount("tmpfs", QFile::encodeName(run.apps).constData(), "tmpfs", 0, "size=40m");
-        run.tmp.write(QStringLiteral("Apps/Suite/Product.app/Contents/Info.plist"),
+        run.tmp.write(u"Apps/Suite/Product.app/Contents/Info.plist"_s,
                       "{ CFBundleIdentifier = com.velmora.product; CFBundleShortVersionString = \"1\"; }");
-        run.tmp.write(QStringLiteral("Apps/Suite/Extra.bin"), "old extra");
+        run.tmp.write(u"Apps/Suite/Extra.bin"_s, "old extra");
         // The user's own files beside the product, one in a folder the wrapper also has.
-        run.tmp.write(QStringLiteral("Apps/Suite/Projects/mywork.txt"), "the user's work");
-        run.tmp.write(QStringLiteral("Apps/Suite/Notes.txt"), "the user's notes");
-        chownTree(run.apps, user);
-        run.destination = run.apps + QStringLiteral("/Suite/Product.app");
+        run.tmp.write(u"Apps/Suite/Projects/mywork.txt"_s, "the user's work");
+        run.tmp.write(u"Apps/Suite/Notes.txt"_s, "the user's notes");
+        user.own(run.apps);
+        run.destination = run.apps + u"/Suite/Product.app"_s;
         run.previous = snapshotTree(run.destination);
-        run.notes = describeItem(run.apps + QStringLiteral("/Suite/Notes.txt"));
+        run.notes = describeItem(run.apps + u"/Suite/Notes.txt"_s);
         run.product = snapshotTree(run.source);
-        QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), user.home + QStringLiteral("/.local")});
-        const QString share = user.home + QStringLiteral("/.local/share");
+        QProcess::execute(u"rm"_s, {u"-rf"_s, user.home + u"/.local"_s});
+        const QString share = user.home + u"/.local/share"_s;
         QDir().mkpath(share);
-        chownTree(user.home, user);
+        user.own(user.home);
     }
 
     void unmount()
@@ -194,23 +152,20 @@ protected:
     {
         auto* process = new QProcess;
         QProcessEnvironment environment;
-        environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/bin:/bin"));
+        environment.insert(u"PATH"_s, u"/usr/bin:/bin"_s);
         QStringList arguments{run.source, run.destination};
         if (!run.wrapper.isEmpty())
             arguments << run.wrapper;
         if (privileged) {
             // As pkexec starts it: root, a cleared environment, the asking user's uid.
-            environment.insert(QStringLiteral("PKEXEC_UID"), QString::number(user.uid));
+            environment.insert(u"PKEXEC_UID"_s, QString::number(user.uid));
             process->setProcessEnvironment(environment);
-            process->start(QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/Resources/train"), arguments);
+            process->start(u"" RV_INSTALLER_BUNDLE "/Contents/Resources/train"_s, arguments);
         } else {
-            environment.insert(QStringLiteral("HOME"), user.home);
-            environment.insert(QStringLiteral("XDG_DATA_HOME"), user.home + QStringLiteral("/.local/share"));
+            environment.insert(u"HOME"_s, user.home);
+            environment.insert(u"XDG_DATA_HOME"_s, user.home + u"/.local/share"_s);
             process->setProcessEnvironment(environment);
-            process->start(QStringLiteral("/usr/bin/setpriv"),
-                           QStringList{QStringLiteral("--reuid=%1").arg(user.uid), QStringLiteral("--regid=%1").arg(user.gid),
-                                       QStringLiteral("--clear-groups"), QStringLiteral(RV_INSTALL_HELPER), run.apps} +
-                               arguments);
+            process->start(u"/usr/bin/setpriv"_s, user.drop() + QStringList{u"" RV_INSTALL_HELPER ""_s, run.apps} + arguments);
         }
         process->waitForStarted();
         return process;
@@ -228,18 +183,8 @@ protected:
         bool fired = !trigger;
         // Reads what the watch saw; true when the trigger's item showed up.
         const auto sawTrigger = [&](int timeout) {
-            pollfd ready{watch, POLLIN, 0};
-            if (::poll(&ready, 1, timeout) <= 0)
-                return false;
-            alignas(inotify_event) char buffer[4096];
-            const ssize_t length = ::read(watch, buffer, sizeof buffer);
-            for (ssize_t at = 0; at < length;) {
-                const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
-                at += ssize_t(sizeof(inotify_event) + event->len);
-                if (event->len && trigger->matches(QFile::decodeName(event->name)))
-                    return true;
-            }
-            return false;
+            const QStringList names = inotifyNames(watch, timeout);
+            return std::any_of(names.begin(), names.end(), trigger->matches);
         };
         while (process->state() != QProcess::NotRunning) {
             if (!fired && sawTrigger(5)) {
@@ -260,12 +205,12 @@ protected:
     // A file of the user's where the Trash folder belongs.
     void blockTrash()
     {
-        const QString path = user.home + QStringLiteral("/.local/share/Trash");
+        const QString path = user.home + u"/.local/share/Trash"_s;
         QFile(path).open(QIODevice::WriteOnly);
         ::lchown(QFile::encodeName(path).constData(), user.uid, user.gid);
     }
 
-    User user;
+    TestUser user;
     std::unique_ptr<QString> m_mount;
 };
 
@@ -295,9 +240,9 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
             }
             Run run;
             prepare(run, cell.step == Step::WrapperItems, cell.fault == Fault::FullDisk);
-            const QString suite = run.apps + QStringLiteral("/Suite");
-            const QString unreadable = cell.step == Step::WrapperItems ? QStringLiteral("/src/Suite/Extra.bin")
-                                                                       : QStringLiteral("/src/Suite/Product.app/Contents/Resources/Big.bin");
+            const QString suite = run.apps + u"/Suite"_s;
+            const QString unreadable = cell.step == Step::WrapperItems ? u"/src/Suite/Extra.bin"_s
+                                                                       : u"/src/Suite/Product.app/Contents/Resources/Big.bin"_s;
             if (cell.fault == Fault::Unreadable)
                 ::chmod(QFile::encodeName(run.tmp.path() + unreadable).constData(), 0);
             if (cell.fault == Fault::NoTrash)
@@ -310,13 +255,13 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
             if (cell.fault == Fault::Kill || cell.fault == Fault::FolderRemoved) {
                 switch (cell.step) {
                 case Step::WrapperItems: trigger = Trigger{suite, IN_CREATE, startsWith(".Extra.bin.velmora-")}; break;
-                case Step::Trash: trigger = Trigger{user.home + QStringLiteral("/.local/share"), IN_CREATE, startsWith("Trash")}; break;
+                case Step::Trash: trigger = Trigger{user.home + u"/.local/share"_s, IN_CREATE, startsWith("Trash")}; break;
                 case Step::ProductCopy: trigger = Trigger{suite, IN_CREATE, startsWith(".Product.app.velmora-")}; break;
                 case Step::FinalRename: trigger = Trigger{suite, IN_MOVED_FROM, [](const QString& n) { return n == u"Product.app"; }}; break;
                 case Step::Launch: trigger = Trigger{suite, IN_MOVED_TO, [](const QString& n) { return n == u"Product.app"; }}; break;
                 }
             }
-            const QString moved = run.apps + QStringLiteral("/Suite.moved");
+            const QString moved = run.apps + u"/Suite.moved"_s;
             const auto act = [&](qint64 pid) {
                 if (cell.fault == Fault::Kill)
                     ::kill(pid_t(pid), SIGKILL);
@@ -329,7 +274,7 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
             // Invariants after the fault.
             EXPECT_EQ(snapshotTree(run.source).size(), run.product->size()) << where;
             const QString destination = cell.fault == Fault::FolderRemoved && QFile::exists(moved)
-                                            ? moved + QStringLiteral("/Product.app") : run.destination;
+                                            ? moved + u"/Product.app"_s : run.destination;
             const auto now = snapshotTree(destination);
             if (now == *run.previous)
                 outcome = "previous kept";
@@ -339,11 +284,11 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
                 ADD_FAILURE() << where << ": destination neither previous nor new copy", outcome = "DAMAGED";
             const QString productFolder = QFileInfo(destination).path();
             for (const QString& staging : stagingIn(productFolder)) {
-                if (QFile::exists(productFolder + u'/' + staging + QStringLiteral("/previous")))
+                if (QFile::exists(productFolder + u'/' + staging + u"/previous"_s))
                     outcome += ", previous copy left for the next run";
             }
             outcome += " (exit " + std::to_string(code) + ")";
-            EXPECT_EQ(describeItem(QFileInfo(destination).path() + QStringLiteral("/Notes.txt")), run.notes) << where;
+            EXPECT_EQ(describeItem(QFileInfo(destination).path() + u"/Notes.txt"_s), run.notes) << where;
             EXPECT_EQ(rootOwnedIn(user.home), QStringList()) << where;
 
             // The fault removed, the next run succeeds and leaves no debris.
@@ -352,7 +297,7 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
             if (cell.fault == Fault::Unreadable)
                 ::chmod(QFile::encodeName(run.tmp.path() + unreadable).constData(), 0644);
             if (cell.fault == Fault::NoTrash)
-                QFile::remove(user.home + QStringLiteral("/.local/share/Trash"));
+                QFile::remove(user.home + u"/.local/share/Trash"_s);
             // root's tool replaces only a copy of the product where it is: the user puts the
             // folder back first.
             if (privileged && cell.fault == Fault::FolderRemoved)
@@ -361,9 +306,9 @@ TEST_F(FaultMatrix, EveryFaultAtEveryStepKeepsTheProductAndTheNextRunSucceeds)
             EXPECT_EQ(again, 0) << where << ": the next run";
             EXPECT_EQ(withoutOwners(snapshotTree(run.destination)), withoutOwners(*run.product)) << where;
             const bool previousInTrash = !trashedCopiesOf(*run.previous, run.apps).isEmpty();
-            EXPECT_TRUE(previousInTrash || snapshotTree(moved + QStringLiteral("/Product.app")) == *run.previous)
+            EXPECT_TRUE(previousInTrash || snapshotTree(moved + u"/Product.app"_s) == *run.previous)
                 << where << ": the previous copy is neither in the Trash nor where the folder went";
-            EXPECT_EQ(describeItem((QFile::exists(moved) ? moved : suite) + QStringLiteral("/Notes.txt")), run.notes) << where;
+            EXPECT_EQ(describeItem((QFile::exists(moved) ? moved : suite) + u"/Notes.txt"_s), run.notes) << where;
             for (const QString& folder : {run.apps, suite, moved})
                 EXPECT_EQ(stagingIn(folder), QStringList()) << where << " in " << folder.toStdString();
             EXPECT_EQ(rootOwnedIn(user.home), QStringList()) << where;
@@ -392,26 +337,26 @@ TEST_F(FaultMatrix, WrapperItemsItReplacesGoToTheTrashAndComeBack)
         const char* where = privileged ? "privileged" : "plain";
         Run run;
         prepare(run, true, false);
-        const QString suite = run.apps + QStringLiteral("/Suite");
-        const auto projects = snapshotTree(suite + QStringLiteral("/Projects"));
-        const auto extra = describeItem(suite + QStringLiteral("/Extra.bin"));
+        const QString suite = run.apps + u"/Suite"_s;
+        const auto projects = snapshotTree(suite + u"/Projects"_s);
+        const auto extra = describeItem(suite + u"/Extra.bin"_s);
         const auto [code, unused] = install(run, privileged, std::nullopt, {});
         ASSERT_EQ(code, 0) << where;
-        EXPECT_EQ(describeItem(suite + QStringLiteral("/Notes.txt")), run.notes) << where;
+        EXPECT_EQ(describeItem(suite + u"/Notes.txt"_s), run.notes) << where;
         EXPECT_EQ(withoutOwners(snapshotTree(run.destination)), withoutOwners(*run.product)) << where;
-        EXPECT_EQ(trashedCopiesOf(*run.previous), QStringList{QStringLiteral("Product.app")}) << where;
-        EXPECT_EQ(trashedCopiesOf(projects), QStringList{QStringLiteral("Projects")}) << where;
-        EXPECT_EQ(QDir(trashFolder() + QStringLiteral("/files")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-                  (QStringList{QStringLiteral("Extra.bin"), QStringLiteral("Product.app"), QStringLiteral("Projects")}))
+        EXPECT_EQ(trashedCopiesOf(*run.previous), QStringList{u"Product.app"_s}) << where;
+        EXPECT_EQ(trashedCopiesOf(projects), QStringList{u"Projects"_s}) << where;
+        EXPECT_EQ(QDir(trashFolder() + u"/files"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                  (QStringList{u"Extra.bin"_s, u"Product.app"_s, u"Projects"_s}))
             << where;
         // The user makes room and restores with an independent client.
         for (const char* name : {"Projects", "Extra.bin"}) {
-            QDir().rename(suite + u'/' + QString::fromLatin1(name), run.tmp.file(QStringLiteral("new-") + QString::fromLatin1(name)));
-            asUser(QStringLiteral("trash-restore"), {suite + u'/' + QString::fromLatin1(name)}, "0\n");
+            QDir().rename(suite + u'/' + QString::fromLatin1(name), run.tmp.file(u"new-"_s + QString::fromLatin1(name)));
+            asUser(u"trash-restore"_s, {suite + u'/' + QString::fromLatin1(name)}, "0\n");
         }
-        EXPECT_EQ(withoutOwners(snapshotTree(suite + QStringLiteral("/Projects"))), withoutOwners(projects)) << where;
-        EXPECT_EQ(withoutOwners({{QStringLiteral("."), describeItem(suite + QStringLiteral("/Extra.bin"))}}),
-                  withoutOwners({{QStringLiteral("."), extra}})) << where;
+        EXPECT_EQ(withoutOwners(snapshotTree(suite + u"/Projects"_s)), withoutOwners(projects)) << where;
+        EXPECT_EQ(withoutOwners({{u"."_s, describeItem(suite + u"/Extra.bin"_s)}}),
+                  withoutOwners({{u"."_s, extra}})) << where;
         EXPECT_EQ(rootOwnedIn(user.home), QStringList()) << where;
     }
 }
@@ -423,42 +368,42 @@ TEST_F(FaultMatrix, LongNamesAndSparseFilesFit)
     for (const bool privileged : {false, true}) {
         const char* where = privileged ? "privileged" : "plain";
         Run run;
-        const QString name = QString(246, u'L') + QStringLiteral(".app");
+        const QString name = QString(246, u'L') + u".app"_s;
         QFile::setPermissions(run.tmp.path(), QFile::permissions(run.tmp.path()) | QFile::ExeOther | QFile::ReadOther);
-        run.source = run.tmp.mkdir(QStringLiteral("src/") + name);
-        run.tmp.write(QStringLiteral("src/") + name + QStringLiteral("/Contents/Info.plist"), "{ CFBundleIdentifier = com.velmora.long; }");
-        const QString sparse = run.source + QStringLiteral("/Contents/Resources/Sparse.bin");
+        run.source = run.tmp.mkdir(u"src/"_s + name);
+        run.tmp.write(u"src/"_s + name + u"/Contents/Info.plist"_s, "{ CFBundleIdentifier = com.velmora.long; }");
+        const QString sparse = run.source + u"/Contents/Resources/Sparse.bin"_s;
         QDir().mkpath(QFileInfo(sparse).path());
         QFile file(sparse);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(qint64(1) << 30));
         file.seek((qint64(1) << 29));
         file.write("data in the middle");
         file.close();
-        run.apps = run.tmp.mkdir(QStringLiteral("Apps"));
+        run.apps = run.tmp.mkdir(u"Apps"_s);
         if (::mount("tmpfs", QFile::encodeName(run.apps).constData(), "tmpfs", 0, "size=200m") != 0)
             GTEST_SKIP() << "mounting a tmpfs needs root";
         m_mount = std::make_unique<QString>(run.apps);
         run.destination = run.apps + u'/' + name;
-        run.tmp.write(QStringLiteral("Apps/") + name + QStringLiteral("/Contents/Info.plist"), "{ CFBundleIdentifier = com.velmora.long; }");
-        chownTree(run.apps, user);
-        QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-rf"), user.home + QStringLiteral("/.local")});
+        run.tmp.write(u"Apps/"_s + name + u"/Contents/Info.plist"_s, "{ CFBundleIdentifier = com.velmora.long; }");
+        user.own(run.apps);
+        QProcess::execute(u"rm"_s, {u"-rf"_s, user.home + u"/.local"_s});
         for (int update = 1; update <= 2; ++update) {
             const auto [code, unused] = install(run, privileged, std::nullopt, {});
             EXPECT_EQ(code, 0) << where << ", update " << update;
         }
         struct stat info {};
-        ASSERT_EQ(::stat(QFile::encodeName(run.destination + QStringLiteral("/Contents/Resources/Sparse.bin")).constData(), &info), 0) << where;
+        ASSERT_EQ(::stat(QFile::encodeName(run.destination + u"/Contents/Resources/Sparse.bin"_s).constData(), &info), 0) << where;
         EXPECT_EQ(info.st_size, qint64(1) << 30) << where;
         EXPECT_LT(qint64(info.st_blocks) * 512, qint64(1) << 20) << where;
-        QFile copied(run.destination + QStringLiteral("/Contents/Resources/Sparse.bin"));
+        QFile copied(run.destination + u"/Contents/Resources/Sparse.bin"_s);
         ASSERT_TRUE(copied.open(QIODevice::ReadOnly));
         copied.seek(qint64(1) << 29);
         EXPECT_EQ(copied.read(18), QByteArray("data in the middle")) << where;
         // Both previous copies are in the volume's trash under shortened, distinct names,
         // and the Trash's own client lists them under the whole path.
-        const QString trash = run.apps + QStringLiteral("/.Trash-%1").arg(user.uid);
-        EXPECT_EQ(QDir(trash + QStringLiteral("/files")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 2) << where;
-        EXPECT_EQ(asUser(QStringLiteral("trash-list"), {}).count(run.destination), 2) << where;
+        const QString trash = run.apps + u"/.Trash-%1"_s.arg(user.uid);
+        EXPECT_EQ(QDir(trash + u"/files"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 2) << where;
+        EXPECT_EQ(asUser(u"trash-list"_s, {}).count(run.destination), 2) << where;
         unmount();
     }
 }
@@ -469,17 +414,17 @@ TEST_F(FaultMatrix, TwoInstallersOfOneProductTakeTurns)
 {
     Run run;
     prepare(run, false, false);
-    run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Resources/Big.bin"), QByteArray(160 << 20, 'n'));
+    run.tmp.write(u"src/Suite/Product.app/Contents/Resources/Big.bin"_s, QByteArray(160 << 20, 'n'));
     run.product = snapshotTree(run.source);
     std::unique_ptr<QProcess> first(start(run, false)), second(start(run, false));
     ASSERT_TRUE(first->waitForFinished(60000) && second->waitForFinished(60000));
     EXPECT_EQ(first->exitCode(), 0) << first->readAllStandardError().toStdString();
     EXPECT_EQ(second->exitCode(), 0) << second->readAllStandardError().toStdString();
     EXPECT_EQ(withoutOwners(snapshotTree(run.destination)), withoutOwners(*run.product));
-    const QStringList trashed = QDir(user.home + QStringLiteral("/.local/share/Trash/files")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-    EXPECT_EQ(trashed, (QStringList{QStringLiteral("Product 2.app"), QStringLiteral("Product.app")}));
-    EXPECT_EQ(snapshotTree(user.home + QStringLiteral("/.local/share/Trash/files/Product.app")), *run.previous);
-    EXPECT_EQ(stagingIn(run.apps + QStringLiteral("/Suite")), QStringList());
+    const QStringList trashed = QDir(user.home + u"/.local/share/Trash/files"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    EXPECT_EQ(trashed, (QStringList{u"Product 2.app"_s, u"Product.app"_s}));
+    EXPECT_EQ(snapshotTree(user.home + u"/.local/share/Trash/files/Product.app"_s), *run.previous);
+    EXPECT_EQ(stagingIn(run.apps + u"/Suite"_s), QStringList());
 }
 
 // A user who owns a folder on the way to the destination, or the volume's trash, swaps it
@@ -489,14 +434,14 @@ TEST_F(FaultMatrix, PlantedLinksNeverRedirectTheRootTool)
 {
     Run run;
     prepare(run, false, false);
-    run.tmp.write(QStringLiteral("src/Suite/Product.app/Contents/Resources/Big.bin"), "small");
-    const QString victim = run.tmp.mkdir(QStringLiteral("victim"));
-    run.tmp.write(QStringLiteral("victim/Product.app/Contents/Info.plist"), "{ CFBundleShortVersionString = \"victim\"; }");
-    run.tmp.write(QStringLiteral("victim/files/Product.app/keep"), "victim's");
-    run.tmp.write(QStringLiteral("victim/info/keep"), "victim's");
+    run.tmp.write(u"src/Suite/Product.app/Contents/Resources/Big.bin"_s, "small");
+    const QString victim = run.tmp.mkdir(u"victim"_s);
+    run.tmp.write(u"victim/Product.app/Contents/Info.plist"_s, "{ CFBundleShortVersionString = \"victim\"; }");
+    run.tmp.write(u"victim/files/Product.app/keep"_s, "victim's");
+    run.tmp.write(u"victim/info/keep"_s, "victim's");
     const auto victimBefore = snapshotTree(victim);
 
-    const QString volume = run.tmp.mkdir(QStringLiteral("volume"));
+    const QString volume = run.tmp.mkdir(u"volume"_s);
     if (::mount("tmpfs", QFile::encodeName(volume).constData(), "tmpfs", 0, "mode=1777,size=64m") != 0)
         GTEST_SKIP() << "mounting a tmpfs needs root";
     m_mount = std::make_unique<QString>(volume);
@@ -507,13 +452,13 @@ TEST_F(FaultMatrix, PlantedLinksNeverRedirectTheRootTool)
         QString swapped; // the item's name there
         QString destination;
     };
-    run.tmp.mkdir(QStringLiteral("volume/mine/Apps"));
-    run.tmp.mkdir(QStringLiteral("volume/.Trash-%1").arg(user.uid));
-    chownTree(volume + QStringLiteral("/mine"), user);
-    chownTree(volume + QStringLiteral("/.Trash-%1").arg(user.uid), user);
+    run.tmp.mkdir(u"volume/mine/Apps"_s);
+    run.tmp.mkdir(u"volume/.Trash-%1"_s.arg(user.uid));
+    user.own(volume + u"/mine"_s);
+    user.own(volume + u"/.Trash-%1"_s.arg(user.uid));
     const Attack attacks[] = {
-        {"a middle folder of the destination", run.apps, QStringLiteral("Suite"), run.destination},
-        {"the volume's trash", volume, QStringLiteral(".Trash-%1").arg(user.uid), volume + QStringLiteral("/mine/Apps/Product.app")},
+        {"a middle folder of the destination", run.apps, u"Suite"_s, run.destination},
+        {"the volume's trash", volume, u".Trash-%1"_s.arg(user.uid), volume + u"/mine/Apps/Product.app"_s},
     };
     for (const Attack& attack : attacks) {
         // perl is part of every Debian system: rename and symlink are its plain system calls.
@@ -521,10 +466,7 @@ TEST_F(FaultMatrix, PlantedLinksNeverRedirectTheRootTool)
             "my ($d, $n, $v) = @ARGV; while (1) { rename(\"$d/$n\", \"$d/$n.real\"); symlink($v, \"$d/$n\"); "
             "rename(\"$d/$n\", \"$d/$n.link\"); unlink(\"$d/$n.link\"); rename(\"$d/$n.real\", \"$d/$n\"); }");
         QProcess attacker;
-        attacker.start(QStringLiteral("/usr/bin/setpriv"),
-                       {QStringLiteral("--reuid=%1").arg(user.uid), QStringLiteral("--regid=%1").arg(user.gid),
-                        QStringLiteral("--clear-groups"), QStringLiteral("perl"), QStringLiteral("-e"), loop, attack.owned,
-                        attack.swapped, victim});
+        attacker.start(u"/usr/bin/setpriv"_s, user.drop() + QStringList{u"perl"_s, u"-e"_s, loop, attack.owned, attack.swapped, victim});
         ASSERT_TRUE(attacker.waitForStarted());
         Run target;
         target.source = run.source;
@@ -544,7 +486,7 @@ TEST_F(FaultMatrix, PlantedLinksNeverRedirectTheRootTool)
             std::cout << " " << code << " x" << count;
         std::cout << "; the other tree unchanged: " << (snapshotTree(victim) == victimBefore ? "yes" : "NO") << std::endl;
         // Put the swapped item back where the loop may have left it.
-        QDir(attack.owned).rename(attack.swapped + QStringLiteral(".real"), attack.swapped);
+        QDir(attack.owned).rename(attack.swapped + u".real"_s, attack.swapped);
     }
     unmount();
 }

@@ -1,5 +1,6 @@
 #include "FakePlatform.h"
 #include "FakeProcessTable.h"
+#include "LinuxTest.h"
 #include "RVBundle.h"
 #include "RVLinuxApplicationEvents.h"
 #include "RVLinuxLaunchEnvironment.h"
@@ -27,11 +28,7 @@ TEST(LinuxLaunchEnvironment, TheDeepestAndLatestMountHoldsAPath)
                              "32 31 0:27 / /home/u/My\\040Disk rw shared:1 - vfat /dev/sdb1 rw\n"
                              "33 30 0:28 / /run rw - ramfs none rw\n"
                              "garbage line\n";
-    struct Case
-    {
-        const char* path;
-        const char* type;
-    } cases[] = {
+    const char* cases[][2] = {
         {"/", "ext4"},
         {"/etc/passwd", "ext4"},
         {"/run/lock", "ramfs"}, // mounted over the tmpfs
@@ -39,36 +36,35 @@ TEST(LinuxLaunchEnvironment, TheDeepestAndLatestMountHoldsAPath)
         {"/home/u/My Disk/a", "vfat"},
         {"/home/u/My", "btrfs"},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(RVLinuxLaunchEnvironment::mountTypeFor(QString::fromUtf8(c.path), table), QString::fromLatin1(c.type))
-            << c.path;
+    for (const auto& [path, type] : cases)
+        EXPECT_EQ(RVLinuxLaunchEnvironment::mountTypeFor(QString::fromUtf8(path), table), QString::fromLatin1(type)) << path;
 }
 
 TEST(LinuxLaunchEnvironment, ATmpfsMountIsNamedTmpfs)
 {
     TempDir tmp;
-    const QString folder = tmp.mkdir(QStringLiteral("mnt"));
+    const QString folder = tmp.mkdir(u"mnt"_s);
     TmpfsMount mount(folder, "size=1m");
     ASSERT_TRUE(mount.mounted()) << "needs root to mount";
     FakePlatform platform;
     platform.launchEnvironment.reset();
     RVPlatform::install({.launchEnvironment = std::make_shared<RVLinuxLaunchEnvironment>(platform.processTable)});
-    EXPECT_EQ(RVUtilities::fileSystemTypeFor(folder), QStringLiteral("tmpfs"));
-    EXPECT_NE(RVUtilities::fileSystemTypeFor(tmp.path()), QStringLiteral("tmpfs"));
-    EXPECT_EQ(RVUtilities::fileSystemTypeFor(folder + QStringLiteral("/missing")), QStringLiteral(""));
+    EXPECT_EQ(RVUtilities::fileSystemTypeFor(folder), u"tmpfs"_s);
+    EXPECT_NE(RVUtilities::fileSystemTypeFor(tmp.path()), u"tmpfs"_s);
+    EXPECT_EQ(RVUtilities::fileSystemTypeFor(folder + u"/missing"_s), u""_s);
 }
 
 TEST(LinuxLaunchEnvironment, SymbolicLinksAreFollowedToTheEnd)
 {
     TempDir tmp;
-    const QString target = tmp.write(QStringLiteral("target"), "x");
-    QFile::link(target, tmp.file(QStringLiteral("one")));
-    QFile::link(tmp.file(QStringLiteral("one")), tmp.file(QStringLiteral("two")));
-    QFile::link(tmp.file(QStringLiteral("gone")), tmp.file(QStringLiteral("broken")));
+    const QString target = tmp.write(u"target"_s, "x");
+    QFile::link(target, tmp.file(u"one"_s));
+    QFile::link(tmp.file(u"one"_s), tmp.file(u"two"_s));
+    QFile::link(tmp.file(u"gone"_s), tmp.file(u"broken"_s));
     RVLinuxLaunchEnvironment environment(std::make_shared<RVProcTable>());
-    EXPECT_EQ(environment.aliasTarget(tmp.file(QStringLiteral("two"))), target);
+    EXPECT_EQ(environment.aliasTarget(tmp.file(u"two"_s)), target);
     EXPECT_EQ(environment.aliasTarget(target), std::nullopt);
-    EXPECT_EQ(environment.aliasTarget(tmp.file(QStringLiteral("broken"))), std::nullopt);
+    EXPECT_EQ(environment.aliasTarget(tmp.file(u"broken"_s)), std::nullopt);
 }
 
 // Run in a child under strace by the test below; the answer is its exit status.
@@ -80,7 +76,7 @@ TEST(LinuxLaunchEnvironment, TheAutostartIsTheLauncherOnlyWhenMarked)
     qunsetenv("DESKTOP_AUTOSTART_ID");
     EXPECT_TRUE(environment.launcherCreator().isEmpty());
     qputenv("DESKTOP_AUTOSTART_ID", "velmora-test");
-    EXPECT_EQ(environment.launcherCreator(), QStringLiteral("lgnw"));
+    EXPECT_EQ(environment.launcherCreator(), u"lgnw"_s);
     qunsetenv("DESKTOP_AUTOSTART_ID");
 }
 
@@ -96,19 +92,12 @@ TEST(LinuxLaunchEnvironment, TracedOnlyUnderATracer)
 {
     RVLinuxLaunchEnvironment environment(std::make_shared<RVProcTable>());
     EXPECT_FALSE(environment.isTraced());
-    QProcess strace;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("RV_TRACED_CHILD"), QStringLiteral("1"));
     // LeakSanitizer cannot run under a tracer and would fail the child at exit.
-    env.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
-    strace.setProcessEnvironment(env);
-    strace.start(QStringLiteral("strace"), {QStringLiteral("-f"), QStringLiteral("-o"), QStringLiteral("/dev/null"),
-                                           QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath(),
-                                           QStringLiteral("--gtest_filter=LinuxLaunchEnvironment.TracedChild")});
-    ASSERT_TRUE(strace.waitForFinished(30000));
-    const QByteArray output = strace.readAllStandardOutput();
-    EXPECT_EQ(strace.exitCode(), 0) << output.toStdString();
-    EXPECT_TRUE(output.contains("[       OK ] LinuxLaunchEnvironment.TracedChild")) << output.toStdString();
+    const QString output = runProgram(u"strace"_s, {u"-f"_s, u"-o"_s, u"/dev/null"_s, QFileInfo(u"/proc/self/exe"_s).canonicalFilePath(),
+                                                    u"--gtest_filter=LinuxLaunchEnvironment.TracedChild"_s},
+                                      {u"RV_TRACED_CHILD=1"_s, u"ASAN_OPTIONS=detect_leaks=0"_s}, {}, true);
+    EXPECT_TRUE(output.contains(u"[       OK ] LinuxLaunchEnvironment.TracedChild"_s)) << output.toStdString();
+    EXPECT_TRUE(output.contains(u"[  PASSED  ] 1 test"_s)) << output.toStdString();
 }
 
 // A bundle process started and ended for real reaches an observer of the process
@@ -117,7 +106,7 @@ TEST(LinuxApplicationEvents, ALaunchedAndAnEndedBundleProcessReachAnObserver)
 {
     TestApplication app;
     TempDir tmp;
-    const QString bundle = makeTestBundle(tmp.path(), {.name = QStringLiteral("Watched")});
+    const QString bundle = makeTestBundle(tmp.path(), {.name = u"Watched"_s});
     FakePlatform platform;
     auto table = std::make_shared<RVProcTable>();
     auto events = std::make_shared<RVLinuxApplicationEvents>(table);
@@ -127,15 +116,15 @@ TEST(LinuxApplicationEvents, ALaunchedAndAnEndedBundleProcessReachAnObserver)
     QStringList heard;
     const auto token = RVNotificationCenter::defaultCenter().addObserver(
         RVProcessChangeNotification, RVProcess::classObject(),
-        [&](const RVNotification& n) { heard << n.userInfo.value(QStringLiteral("change")).toString(); });
+        [&](const RVNotification& n) { heard << n.userInfo.value(u"change"_s).toString(); });
     RVProcess::installNotifications();
     const auto waitFor = [&](const QString& change) { return turnLoopUntil([&] { return heard.contains(change); }); };
     const std::uint64_t before = RVProcess::applicationLaunchEndCount();
     {
-        RunningApp running(bundle, QStringLiteral("testapp"));
-        EXPECT_TRUE(waitFor(QStringLiteral("started"))) << heard.join(u' ').toStdString();
+        RunningApp running(bundle, u"testapp"_s);
+        EXPECT_TRUE(waitFor(u"started"_s)) << heard.join(u' ').toStdString();
     }
-    EXPECT_TRUE(waitFor(QStringLiteral("ended"))) << heard.join(u' ').toStdString();
+    EXPECT_TRUE(waitFor(u"ended"_s)) << heard.join(u' ').toStdString();
     // Runs alone, but a process left by an earlier test may still end while it watches.
     EXPECT_GE(RVProcess::applicationLaunchEndCount(), before + 2);
     RVNotificationCenter::defaultCenter().removeObserver(token);
@@ -152,9 +141,9 @@ TEST(ApplicationEventsPass, AProcessThatBecomesAnApplicationByExecIsToldOnce)
     RVLinuxApplicationEvents events(table, proc.path());
     QList<std::uint32_t> told;
     const auto runs = [&](const char* executable, const QByteArray& arguments) {
-        QFile::remove(proc.file(QStringLiteral("200/exe")));
-        QFile::link(QString::fromLatin1(executable), proc.mkdir(QStringLiteral("200")) + QStringLiteral("/exe"));
-        proc.write(QStringLiteral("200/cmdline"), arguments);
+        QFile::remove(proc.file(u"200/exe"_s));
+        QFile::link(QString::fromLatin1(executable), proc.mkdir(u"200"_s) + u"/exe"_s);
+        proc.write(u"200/cmdline"_s, arguments);
     };
     runs("/bin/sh", QByteArrayLiteral("sh\0-c\0sleep 1; exec Late"));
     events.watchApplications([&](RVOSType, std::uint32_t kind) {
@@ -165,12 +154,12 @@ TEST(ApplicationEventsPass, AProcessThatBecomesAnApplicationByExecIsToldOnce)
     for (int pass = 0; pass < 3; ++pass)
         events.comparePass();
     EXPECT_TRUE(told.isEmpty());
-    table->add(200, QStringLiteral("Late"), "LATE");
+    table->add(200, u"Late"_s, "LATE");
     runs("/Applications/Late.app/Contents/MacOS/Late", "Late");
     events.comparePass();
     events.comparePass();
     EXPECT_EQ(told, QList<std::uint32_t>{RVApplicationEvents::kLaunched});
-    QDir(proc.file(QStringLiteral("200"))).removeRecursively();
+    QDir(proc.file(u"200"_s)).removeRecursively();
     table->processes[200].running = false;
     events.comparePass();
     events.comparePass();
@@ -186,11 +175,11 @@ TEST(InstallerBundle, ShipsEveryTintImageAtBothDensities)
     for (const char* style : {"tintMav", "tintYos", "tintYosDark"}) {
         for (const char* tint : {"Blue", "Graphite"}) {
             const QString name = QLatin1String(style) + QLatin1String(tint);
-            const QString path = bundle->pathForResourceOfType(name, QStringLiteral("png"));
+            const QString path = bundle->pathForResourceOfType(name, u"png"_s);
             ASSERT_FALSE(path.isEmpty()) << name.toStdString();
             const QImage single(path);
             QString dense = path;
-            const QImage twice(dense.insert(dense.size() - 4, QStringLiteral("@2x")));
+            const QImage twice(dense.insert(dense.size() - 4, u"@2x"_s));
             EXPECT_EQ(single.size(), QSize(32, 32)) << path.toStdString();
             EXPECT_EQ(twice.size(), QSize(64, 64)) << dense.toStdString();
             // Drawn again at the density, not made by doubling each pixel.

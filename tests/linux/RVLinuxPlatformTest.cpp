@@ -12,6 +12,8 @@
 #include <gtest/gtest.h>
 #include <sys/utsname.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 TEST(RVLinuxSystemFacts, KernelReleaseGivesTheThreeParts)
@@ -58,7 +60,7 @@ protected:
 
     void writeDomain(const QString& domain, const QString& key, const QString& value)
     {
-        QSettings settings(tmp.file(domain + QStringLiteral(".conf")), QSettings::IniFormat);
+        QSettings settings(tmp.file(domain + u".conf"_s), QSettings::IniFormat);
         settings.setValue(key, value);
     }
     TempDir tmp;
@@ -66,23 +68,19 @@ protected:
 
 TEST_F(UserDefaultsTest, ArgumentsWinOverTheOwnDomainWhichWinsOverTheGlobalOne)
 {
-    writeDomain(QStringLiteral("com.velmora.test"), QStringLiteral("nosound"), QStringLiteral("NO"));
-    writeDomain(QStringLiteral("com.velmora.test"), QStringLiteral("soundLog"), QStringLiteral("YES"));
-    writeDomain(QStringLiteral("NSGlobalDomain"), QStringLiteral("AppleInterfaceStyle"), QStringLiteral("Dark"));
-    writeDomain(QStringLiteral("NSGlobalDomain"), QStringLiteral("soundLog"), QStringLiteral("NO"));
-    const RVLinuxUserDefaults defaults(
-        {QStringLiteral("/prog"), QStringLiteral("-nosound"), QStringLiteral("YES"),
-         QStringLiteral("-flag"), QStringLiteral("-other"), QStringLiteral("1")},
-        QStringLiteral("com.velmora.test"));
+    writeDomain(u"com.velmora.test"_s, u"nosound"_s, u"NO"_s);
+    writeDomain(u"com.velmora.test"_s, u"soundLog"_s, u"YES"_s);
+    writeDomain(u"NSGlobalDomain"_s, u"AppleInterfaceStyle"_s, u"Dark"_s);
+    writeDomain(u"NSGlobalDomain"_s, u"soundLog"_s, u"NO"_s);
+    const RVLinuxUserDefaults defaults({u"/prog"_s, u"-nosound"_s, u"YES"_s, u"-flag"_s, u"-other"_s, u"1"_s}, u"com.velmora.test"_s);
 
-    EXPECT_TRUE(defaults.boolForKey(QStringLiteral("nosound")));
-    EXPECT_TRUE(defaults.boolForKey(QStringLiteral("soundLog")));
-    EXPECT_TRUE(defaults.boolForKey(QStringLiteral("other")));
-    EXPECT_FALSE(defaults.valueForKey(QStringLiteral("flag")).isValid());
-    EXPECT_EQ(defaults.valueForKey(QStringLiteral("AppleInterfaceStyle")).toString(), QStringLiteral("Dark"));
-    EXPECT_FALSE(defaults.valueForKeyInDomain(QStringLiteral("AppleInterfaceStyle"),
-                                              QStringLiteral("com.velmora.test")).isValid());
-    EXPECT_FALSE(defaults.valueForKeyInDomain(QStringLiteral("x"), QStringLiteral("../escape")).isValid());
+    EXPECT_TRUE(defaults.boolForKey(u"nosound"_s));
+    EXPECT_TRUE(defaults.boolForKey(u"soundLog"_s));
+    EXPECT_TRUE(defaults.boolForKey(u"other"_s));
+    EXPECT_FALSE(defaults.valueForKey(u"flag"_s).isValid());
+    EXPECT_EQ(defaults.valueForKey(u"AppleInterfaceStyle"_s).toString(), u"Dark"_s);
+    EXPECT_FALSE(defaults.valueForKeyInDomain(u"AppleInterfaceStyle"_s, u"com.velmora.test"_s).isValid());
+    EXPECT_FALSE(defaults.valueForKeyInDomain(u"x"_s, u"../escape"_s).isValid());
 }
 
 // A suite is searched after the program's own domain and before the global one.
@@ -94,13 +92,12 @@ TEST(RVLinuxSystemFacts, LanguagesAreReadAsGettextReadsThem)
         const char *language, *all, *messages, *lang;
         QStringList expected;
     } cases[] = {
-        {"", "", "", "de_DE.UTF-8", {QStringLiteral("de_DE"), QStringLiteral("de")}},
-        {"", "", "fr_CA.UTF-8", "de_DE.UTF-8", {QStringLiteral("fr_CA"), QStringLiteral("fr")}},
-        {"", "ja_JP.UTF-8", "fr_CA", "de_DE", {QStringLiteral("ja_JP"), QStringLiteral("ja")}},
-        {"pt_BR:es", "", "", "de_DE.UTF-8@euro",
-         {QStringLiteral("pt_BR"), QStringLiteral("pt"), QStringLiteral("es"), QStringLiteral("de_DE"), QStringLiteral("de")}},
-        {"", "", "", "C.UTF-8", {QStringLiteral("en")}},
-        {"", "POSIX", "", "", {QStringLiteral("en")}},
+        {"", "", "", "de_DE.UTF-8", {u"de_DE"_s, u"de"_s}},
+        {"", "", "fr_CA.UTF-8", "de_DE.UTF-8", {u"fr_CA"_s, u"fr"_s}},
+        {"", "ja_JP.UTF-8", "fr_CA", "de_DE", {u"ja_JP"_s, u"ja"_s}},
+        {"pt_BR:es", "", "", "de_DE.UTF-8@euro", {u"pt_BR"_s, u"pt"_s, u"es"_s, u"de_DE"_s, u"de"_s}},
+        {"", "", "", "C.UTF-8", {u"en"_s}},
+        {"", "POSIX", "", "", {u"en"_s}},
         {"", "", "", "", {}},
     };
     for (const auto& c : cases)
@@ -112,25 +109,24 @@ TEST(RVLinuxSystemFacts, LanguagesAreReadAsGettextReadsThem)
 
 TEST_F(UserDefaultsTest, ASuiteComesBetweenTheOwnAndTheGlobalDomain)
 {
-    const QString key = QStringLiteral("com.apple.sound.beep.volume");
-    const QString suite = QStringLiteral("com.apple.systemsound");
-    const RVLinuxUserDefaults defaults({QStringLiteral("/prog")}, QStringLiteral("com.velmora.suite"));
-    const RVLinuxUserDefaults withArgument({QStringLiteral("/prog"), QStringLiteral("-") + key, QStringLiteral("0.1")},
-                                           QStringLiteral("com.velmora.suite"));
+    const QString key = u"com.apple.sound.beep.volume"_s;
+    const QString suite = u"com.apple.systemsound"_s;
+    const RVLinuxUserDefaults defaults({u"/prog"_s}, u"com.velmora.suite"_s);
+    const RVLinuxUserDefaults withArgument({u"/prog"_s, u"-"_s + key, u"0.1"_s}, u"com.velmora.suite"_s);
     EXPECT_FALSE(defaults.valueForKeyWithSuite(key, suite).isValid());
-    writeDomain(QStringLiteral("NSGlobalDomain"), key, QStringLiteral("0.4"));
-    EXPECT_EQ(defaults.valueForKeyWithSuite(key, suite).toString(), QStringLiteral("0.4"));
-    writeDomain(suite, key, QStringLiteral("0.6"));
-    EXPECT_EQ(defaults.valueForKeyWithSuite(key, suite).toString(), QStringLiteral("0.6"));
-    EXPECT_EQ(defaults.valueForKey(key).toString(), QStringLiteral("0.4")); // no suite, no suite's value
-    writeDomain(QStringLiteral("com.velmora.suite"), key, QStringLiteral("0.8"));
-    EXPECT_EQ(defaults.valueForKeyWithSuite(key, suite).toString(), QStringLiteral("0.8"));
-    EXPECT_EQ(withArgument.valueForKeyWithSuite(key, suite).toString(), QStringLiteral("0.1"));
+    writeDomain(u"NSGlobalDomain"_s, key, u"0.4"_s);
+    EXPECT_EQ(defaults.valueForKeyWithSuite(key, suite).toString(), u"0.4"_s);
+    writeDomain(suite, key, u"0.6"_s);
+    EXPECT_EQ(defaults.valueForKeyWithSuite(key, suite).toString(), u"0.6"_s);
+    EXPECT_EQ(defaults.valueForKey(key).toString(), u"0.4"_s); // no suite, no suite's value
+    writeDomain(u"com.velmora.suite"_s, key, u"0.8"_s);
+    EXPECT_EQ(defaults.valueForKeyWithSuite(key, suite).toString(), u"0.8"_s);
+    EXPECT_EQ(withArgument.valueForKeyWithSuite(key, suite).toString(), u"0.1"_s);
 }
 
 TEST_F(UserDefaultsTest, BoolForKeyReadsTheUsualSpellings)
 {
-    RVLinuxUserDefaults defaults({QStringLiteral("/prog")}, QStringLiteral("com.velmora.bools"));
+    RVLinuxUserDefaults defaults({u"/prog"_s}, u"com.velmora.bools"_s);
     struct Case
     {
         const char* text;
@@ -138,38 +134,31 @@ TEST_F(UserDefaultsTest, BoolForKeyReadsTheUsualSpellings)
     } cases[] = {{"YES", true}, {"yes", true}, {"true", true}, {"1", true}, {"7", true},
                  {"NO", false}, {"0", false}, {"false", false}, {"", false}, {"maybe", false}};
     for (const auto& c : cases) {
-        defaults.setValueForKey(QStringLiteral("k"), QString::fromUtf8(c.text));
-        EXPECT_EQ(defaults.boolForKey(QStringLiteral("k")), c.expected) << c.text;
+        defaults.setValueForKey(u"k"_s, QString::fromUtf8(c.text));
+        EXPECT_EQ(defaults.boolForKey(u"k"_s), c.expected) << c.text;
     }
-    EXPECT_FALSE(defaults.boolForKey(QStringLiteral("absent")));
-    EXPECT_TRUE(QFile::exists(tmp.file(QStringLiteral("com.velmora.bools.conf"))));
-}
-
-} // namespace
-
-namespace {
-
-TEST(RVAudioModule, TheBundleKeepsTheModuleBesideItsPrograms)
-{
-    EXPECT_EQ(RVAudioModule::pathInBundleOf(QStringLiteral("/Applications/A.app/Contents/MacOS/A")),
-              QStringLiteral("/Applications/A.app/Contents/PlugIns/libvelmora-audio.so"));
+    EXPECT_FALSE(defaults.boolForKey(u"absent"_s));
+    EXPECT_TRUE(QFile::exists(tmp.file(u"com.velmora.bools.conf"_s)));
 }
 
 TEST(RVAudioModule, AMissingModuleIsLoggedOnceAndLeavesTheProgramSilent)
 {
     LogCapture log;
-    RVAudioModule audio(QStringLiteral("/nonexistent/libvelmora-audio.so"));
-    EXPECT_EQ(audio.load(QStringLiteral("/nonexistent/Done.wav")), nullptr);
+    RVAudioModule audio(u"/nonexistent/libvelmora-audio.so"_s);
+    EXPECT_EQ(audio.load(u"/nonexistent/Done.wav"_s), nullptr);
     EXPECT_TRUE(audio.defaultSystemOutputDeviceIdentifier().isNull());
     ASSERT_EQ(log.lines().size(), 1) << log.lines().join(u'\n').toStdString();
-    EXPECT_TRUE(log.lines().first().startsWith(QStringLiteral("sound module not loaded: ")));
+    EXPECT_TRUE(log.lines().first().startsWith(u"sound module not loaded: "_s));
 }
 
 // A sound made on another thread as the application goes away: the hand-off to the
 // application's thread goes with it, and the sound is silent from then on, never a crash.
 TEST(RVAudioModule, ASoundWhoseApplicationWentAwayIsSilent)
 {
-    RVAudioModule module(RVAudioModule::pathInBundleOf(QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/MacOS/X")));
+    // The bundle keeps the module beside its programs.
+    EXPECT_EQ(RVAudioModule::pathInBundleOf(u"/Applications/A.app/Contents/MacOS/A"_s),
+              u"/Applications/A.app/Contents/PlugIns/libvelmora-audio.so"_s);
+    RVAudioModule module(RVAudioModule::pathInBundleOf(u"" RV_INSTALLER_BUNDLE "/Contents/MacOS/X"_s));
     const QString wave = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/Resources/SoundOfSilence.wav");
     std::shared_ptr<RVAudioPlayer> player;
     {

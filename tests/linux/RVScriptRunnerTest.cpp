@@ -1,4 +1,5 @@
 #include "FakePlatform.h"
+#include "LinuxTest.h"
 #include "RVLinuxLauncher.h"
 #include "RVPaths.h"
 #include "RVUtilities.h"
@@ -18,7 +19,7 @@ class ScriptRunnerTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        platform.facts->home = tmp.mkdir(QStringLiteral("home"));
+        platform.facts->home = tmp.mkdir(u"home"_s);
         RVPlatform::install({.launcher = std::make_shared<RVLinuxLauncher>()});
     }
 
@@ -35,106 +36,99 @@ protected:
 
 TEST_F(ScriptRunnerTest, ReturnsInterleavedOutputOfAScriptThatEndsAtOnce)
 {
-    const QString path = script(QStringLiteral("quick.sh"),
+    const QString path = script(u"quick.sh"_s,
                                 "echo out; echo err >&2; echo \"$#:$1|$2\"; pwd; read x || echo no-input\n");
     const QString output = RVUtilities::runShellScriptWithParametersTimeout(
-        path, QStringList{QStringLiteral("a b"), QStringLiteral("c")}, 10.0);
-    EXPECT_EQ(output, QStringLiteral("out\nerr\n2:a b|c\n%1\nno-input\n").arg(platform.facts->home));
+        path, QStringList{u"a b"_s, u"c"_s}, 10.0);
+    EXPECT_EQ(output, u"out\nerr\n2:a b|c\n%1\nno-input\n"_s.arg(platform.facts->home));
     EXPECT_TRUE(log.lines().isEmpty());
 }
 
 // "~" and "~user" as the shell expands them; parameters are passed as they are.
 TEST_F(ScriptRunnerTest, ExpandsTheTildeAsTheShellWould)
 {
-    tmp.write(QStringLiteral("home/hello.sh"), "#!/bin/sh\necho \"hi $1\"\n",
+    tmp.write(u"home/hello.sh"_s, "#!/bin/sh\necho \"hi $1\"\n",
               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    EXPECT_EQ(RVUtilities::runShellScriptWithParametersTimeout(QStringLiteral("~/hello.sh"),
-                                                               QStringList{QStringLiteral("~")}, 10.0),
-              QStringLiteral("hi ~\n"));
+    EXPECT_EQ(RVUtilities::runShellScriptWithParametersTimeout(u"~/hello.sh"_s,
+                                                               QStringList{u"~"_s}, 10.0),
+              u"hi ~\n"_s);
     struct passwd* me = ::getpwuid(::getuid());
     ASSERT_TRUE(me);
-    const QString mine = QStringLiteral("~") + QString::fromLocal8Bit(me->pw_name);
+    const QString mine = u"~"_s + QString::fromLocal8Bit(me->pw_name);
     const struct
     {
         QString path, expanded;
-    } cases[] = {{QStringLiteral("~"), QStringLiteral("/h")},
-                 {QStringLiteral("~/a/b"), QStringLiteral("/h/a/b")},
-                 {mine + QStringLiteral("/x"), QFile::decodeName(me->pw_dir) + QStringLiteral("/x")},
+    } cases[] = {{u"~"_s, u"/h"_s},
+                 {u"~/a/b"_s, u"/h/a/b"_s},
+                 {mine + u"/x"_s, QFile::decodeName(me->pw_dir) + u"/x"_s},
                  {mine, QFile::decodeName(me->pw_dir)},
-                 {QStringLiteral("~no-such-user-here/x"), QStringLiteral("~no-such-user-here/x")},
-                 {QStringLiteral("/a/~/b"), QStringLiteral("/a/~/b")}};
+                 {u"~no-such-user-here/x"_s, u"~no-such-user-here/x"_s},
+                 {u"/a/~/b"_s, u"/a/~/b"_s}};
     for (const auto& c : cases)
-        EXPECT_EQ(RVPaths::stringByExpandingTildeInPath(c.path, QStringLiteral("/h")), c.expanded) << c.path.toStdString();
+        EXPECT_EQ(RVPaths::stringByExpandingTildeInPath(c.path, u"/h"_s), c.expanded) << c.path.toStdString();
 }
 
+// A limit of zero stops the script at once; whatever it printed is kept, and the log names
+// its parameters (null when there are none).
 TEST_F(ScriptRunnerTest, LimitOfZeroTerminatesAndKeepsTheOutputSoFar)
 {
-    const QString path = script(QStringLiteral("slow.sh"), "echo started\nexec sleep 30\n");
-    const QString output = RVUtilities::runShellScriptWithParametersTimeout(
-        path, QStringList{QStringLiteral("p")}, 0.0);
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("script timeout: slow.sh (p)")});
-    // The script may not have printed yet when it was stopped; whatever it printed is kept.
-    EXPECT_TRUE(output == QStringLiteral("started\n") || output.isEmpty()) << output.toStdString();
-}
-
-TEST_F(ScriptRunnerTest, NullParametersPrintAsNullInTheTimeoutLine)
-{
-    const QString path = script(QStringLiteral("slow.sh"), "exec sleep 30\n");
-    RVUtilities::runShellScriptWithParametersTimeout(path, std::nullopt, 0.0);
-    EXPECT_EQ(log.lines(), QStringList{QStringLiteral("script timeout: slow.sh (null)")});
+    const QString path = script(u"slow.sh"_s, "echo started\nexec sleep 30\n");
+    const std::pair<std::optional<QStringList>, QString> cases[] = {{QStringList{u"p"_s}, u"script timeout: slow.sh (p)"_s},
+                                                                    {std::nullopt, u"script timeout: slow.sh (null)"_s}};
+    for (const auto& [parameters, line] : cases) {
+        const qsizetype mark = log.lines().size();
+        const QString output = RVUtilities::runShellScriptWithParametersTimeout(path, parameters, 0.0);
+        EXPECT_EQ(log.lines().mid(mark), QStringList{line});
+        // The script may not have printed yet when it was stopped.
+        EXPECT_TRUE(output == u"started\n"_s || output.isEmpty()) << output.toStdString();
+    }
 }
 
 TEST_F(ScriptRunnerTest, MissingScriptAnswersTheFailureText)
 {
     const QString output = RVUtilities::runShellScriptWithParametersTimeout(
-        tmp.file(QStringLiteral("absent.sh")), std::nullopt, 1.0);
-    EXPECT_TRUE(output.startsWith(QStringLiteral("script absent.sh failed: "))) << output.toStdString();
-    EXPECT_TRUE(output.contains(QStringLiteral("No such file"))) << output.toStdString();
+        tmp.file(u"absent.sh"_s), std::nullopt, 1.0);
+    EXPECT_TRUE(output.startsWith(u"script absent.sh failed: "_s)) << output.toStdString();
+    EXPECT_TRUE(output.contains(u"No such file"_s)) << output.toStdString();
     // A trailing slash: the name is still the last component.
-    EXPECT_TRUE(RVUtilities::runShellScriptWithParametersTimeout(tmp.file(QStringLiteral("absent.sh/")), std::nullopt, 1.0)
-                    .startsWith(QStringLiteral("script absent.sh failed: ")));
+    EXPECT_TRUE(RVUtilities::runShellScriptWithParametersTimeout(tmp.file(u"absent.sh/"_s), std::nullopt, 1.0)
+                    .startsWith(u"script absent.sh failed: "_s));
 }
 
 TEST_F(ScriptRunnerTest, OutputThatIsNotUtf8GivesNull)
 {
-    const QString path = script(QStringLiteral("latin1.sh"), "printf 'caf\\351\\n'\n");
+    const QString path = script(u"latin1.sh"_s, "printf 'caf\\351\\n'\n");
     EXPECT_TRUE(RVUtilities::runShellScriptWithParametersTimeout(path, std::nullopt, 10.0).isNull());
-    const QString empty = script(QStringLiteral("silent.sh"), "exit 3\n");
+    const QString empty = script(u"silent.sh"_s, "exit 3\n");
     const QString output = RVUtilities::runShellScriptWithParametersTimeout(empty, std::nullopt, 10.0);
     EXPECT_FALSE(output.isNull());
     EXPECT_TRUE(output.isEmpty());
 }
 
-TEST(OpenFile, StartsTheOpenerWithThePathAndDoesNotWait)
-{
-    FakePlatform platform;
-    RVUtilities::openFile(QStringLiteral("/tmp/Read Me.rtf"));
-    ASSERT_EQ(platform.launcher->requests.size(), 1u);
-    EXPECT_EQ(platform.launcher->requests[0].executable, QStringLiteral("/usr/bin/xdg-open"));
-    EXPECT_EQ(platform.launcher->requests[0].arguments, QStringList{QStringLiteral("/tmp/Read Me.rtf")});
-}
-
-TEST(OpenFile, RealOpenerIsStartedDetached)
+// The opener is started with the path and not waited for; one that cannot start is logged.
+TEST(OpenFile, TheOpenerIsStartedDetached)
 {
     TempDir tmp;
     FakePlatform platform;
+    RVUtilities::openFile(u"/tmp/Read Me.rtf"_s);
+    ASSERT_EQ(platform.launcher->requests.size(), 1u);
+    EXPECT_EQ(platform.launcher->requests[0].executable, u"/usr/bin/xdg-open"_s);
+    EXPECT_EQ(platform.launcher->requests[0].arguments, QStringList{u"/tmp/Read Me.rtf"_s});
+
     RVPlatform::install({.launcher = std::make_shared<RVLinuxLauncher>()});
-    const QString marker = tmp.file(QStringLiteral("opened"));
-    platform.facts->opener = tmp.write(QStringLiteral("opener.sh"), "#!/bin/sh\nprintf '%s' \"$1\" > \"$1.opened\"\n",
+    const QString marker = tmp.file(u"opened"_s);
+    platform.facts->opener = tmp.write(u"opener.sh"_s, "#!/bin/sh\nprintf '%s' \"$1\" > \"$1.opened\"\n",
                                        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     RVUtilities::openFile(marker);
-    for (int i = 0; i < 500 && QFileInfo(marker + QStringLiteral(".opened")).size() == 0; ++i)
+    for (int i = 0; i < 500 && QFileInfo(marker + u".opened"_s).size() == 0; ++i)
         QThread::msleep(10);
-    QFile f(marker + QStringLiteral(".opened"));
-    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
-    EXPECT_EQ(QString::fromUtf8(f.readAll()), marker);
+    EXPECT_EQ(QString::fromUtf8(readFile(marker + u".opened"_s)), marker);
 
     LogCapture log;
-    platform.facts->opener = tmp.file(QStringLiteral("no-opener"));
+    platform.facts->opener = tmp.file(u"no-opener"_s);
     RVUtilities::openFile(marker);
     ASSERT_EQ(log.lines().size(), 1);
-    EXPECT_TRUE(log.lines()[0].startsWith(QStringLiteral("could not open ") + marker + QStringLiteral(" with ") +
-                                          platform.facts->opener + QStringLiteral(": ")));
+    EXPECT_TRUE(log.lines()[0].startsWith(u"could not open "_s + marker + u" with "_s + platform.facts->opener + u": "_s));
 }
 
 } // namespace

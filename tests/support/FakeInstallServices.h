@@ -170,11 +170,6 @@ public:
         std::lock_guard lock(m_mutex);
         return m_events;
     }
-    void clearEvents()
-    {
-        std::lock_guard lock(m_mutex);
-        m_events.clear();
-    }
     QString defaultSystemOutputDeviceIdentifier() override { return device; }
     std::shared_ptr<RVAudioPlayer> load(const QString& path) override
     {

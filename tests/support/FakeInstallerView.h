@@ -1,5 +1,6 @@
 #pragma once
 
+#include "InstallerWinController.h"
 #include "RVInstallerView.h"
 
 #include <QMap>
@@ -67,4 +68,16 @@ public:
         alert = Alert{m, i, f, s, std::move(answer)};
     }
     void beep() override { ++beeps; }
+};
+
+// A session of its own on a fresh window; with words, they are its arguments after the program's path.
+struct FreshSession
+{
+    FreshSession() { controller.setView(&view); }
+    explicit FreshSession(const QStringList& words) : FreshSession()
+    {
+        controller.setArguments(RVInstallerArguments::fromArgumentList(QStringList{QStringLiteral("/prog")} + words));
+    }
+    FakeInstallerView view;
+    InstallerWinController controller;
 };

@@ -52,17 +52,10 @@ public:
         return p;
     }
 
-    Process* find(RVSerialNumber psn)
-    {
-        const auto it = processes.find(pid_t(psn.low));
-        if (it == processes.end() || it->second.psn.high != psn.high)
-            return nullptr;
-        return &it->second;
-    }
     Process* live(RVSerialNumber psn)
     {
-        Process* p = find(psn);
-        return p && p->running ? p : nullptr;
+        const auto it = processes.find(pid_t(psn.low));
+        return it != processes.end() && it->second.psn.high == psn.high && it->second.running ? &it->second : nullptr;
     }
 
     std::optional<RVSerialNumber> currentProcess() override
@@ -120,13 +113,11 @@ public:
     }
     std::optional<double> startTime(pid_t pid) override
     {
-        const auto it = processes.find(pid);
-        return it == processes.end() ? std::nullopt : it->second.startTime;
+        return processes.contains(pid) ? processes.at(pid).startTime : std::nullopt;
     }
     std::optional<double> userProcessorTime(pid_t pid) override
     {
-        const auto it = processes.find(pid);
-        return it == processes.end() ? std::nullopt : it->second.userTime;
+        return processes.contains(pid) ? processes.at(pid).userTime : std::nullopt;
     }
     std::optional<ItemInfo> itemInfo(const QString&) override { return ItemInfo{true, true}; }
     std::optional<QByteArray> resourceData(const QString& path, RVOSType, std::int16_t) override

@@ -24,11 +24,6 @@ struct TestBundle
     QString program = QStringLiteral(RV_TEST_APP); // copied in as the executable
 };
 
-inline QString xmlEscaped(const QString& text)
-{
-    return text.toHtmlEscaped();
-}
-
 // Writes the bundle into folder and answers its path.
 inline QString makeTestBundle(const QString& folder, const TestBundle& bundle)
 {
@@ -39,7 +34,7 @@ inline QString makeTestBundle(const QString& folder, const TestBundle& bundle)
     auto add = [&](const char* key, const QString& value) {
         if (!value.isEmpty())
             entries += QStringLiteral("<key>%1</key><string>%2</string>\n")
-                           .arg(QString::fromLatin1(key), xmlEscaped(value));
+                           .arg(QString::fromLatin1(key), value.toHtmlEscaped());
     };
     add("CFBundleExecutable", bundle.executable);
     add("CFBundleName", bundle.name);

@@ -29,11 +29,7 @@ protected:
 
 TEST(UnsupportedFolder, OnlyTheNamedPlacesAndPairsCount)
 {
-    struct Case
-    {
-        const char* path;
-        bool unsupported;
-    } cases[] = {
+    struct Case { const char* path; bool unsupported; } cases[] = {
         {"/Users/kol/build/Product.app", true},     {"/Users/other/build/Product.app", false},
         {"/home/kol/x/Product.app", false},          {"/Volumes/Product-Install/Product.app", true},
         {"/Volumes/Data/Product.app", false},        {"/media/Product-Install/Product.app", false},
@@ -51,12 +47,7 @@ TEST_F(DestinationTest, CanWriteToPathJudgesTheNearestExistingFolder)
     files.existing = {QStringLiteral("/"), QStringLiteral("/Applications"), QStringLiteral("/ro"),
                       QStringLiteral("/Applications/Locked.app")};
     files.writable = {QStringLiteral("/Applications")};
-    struct Case
-    {
-        const char* path;
-        bool expected;
-        const char* line;
-    } cases[] = {
+    struct Case { const char* path; bool expected; const char* line; } cases[] = {
         {"/Applications/Folder/Product.app", true, nullptr},
         {"/Applications/Product.app", true, nullptr},
         {"/a/b/c/Product.app", false, "Cannot write to folder /"},
@@ -87,12 +78,7 @@ TEST_F(DestinationTest, ProbeFileIsNamedAfterTheRandomNumberAndRedrawnWhenTaken)
 TEST_F(DestinationTest, ApplicationsDirectoryPrefersTheWritableFolder)
 {
     FakeWorkspace& workspace = *platform.workspace;
-    struct Case
-    {
-        bool localWritable, userExists, userWritable;
-        const char* expected;
-        int lines;
-    } cases[] = {
+    struct Case { bool localWritable, userExists, userWritable; const char* expected; int lines; } cases[] = {
         {true, true, true, "/Applications", 0},
         {false, true, true, "/home/u/Applications", 2},
         {false, false, false, "/Applications", 2},

@@ -1,13 +1,13 @@
 #include "FakeInstallerView.h"
 #include "FakePlatform.h"
-#include "TestApplication.h"
 #include "InstallerWinController.h"
+#include "RVInstallerArguments.h"
 #include "RVInstallerInterface.h"
 #include "RVLocalization.h"
 #include "RVProcess.h"
 #include "TempDir.h"
+#include "TestApplication.h"
 
-#include <QCoreApplication>
 #include <QSignalSpy>
 
 #include <sys/stat.h>
@@ -57,6 +57,13 @@ protected:
         controller.awakeFromNib();
     }
     QString argument(const QString& key) const { return controller.arguments()->string(key); }
+    std::unique_ptr<FreshSession> startFresh(const QStringList& words)
+    {
+        auto session = std::make_unique<FreshSession>();
+        platform.facts->arguments = QStringList{platform.facts->executable} + words;
+        session->controller.awakeFromNib();
+        return session;
+    }
 
     TestApplication app;
     TempDir tmp;
@@ -98,17 +105,6 @@ TEST_F(StartupTest, DirectInvocationClimbsToTheProductAndFillsThePage)
     EXPECT_FALSE(controller.finished());
 }
 
-TEST_F(StartupTest, TheProcessIsActivatedOnlyOnceTheWindowIsOnScreen)
-{
-    view.shownLater = true;
-    start({});
-    EXPECT_TRUE(view.inFront);
-    EXPECT_FALSE(platform.windowSystem->calls.contains(QStringLiteral("activate 1")));
-    ASSERT_TRUE(view.pendingOnScreen);
-    view.pendingOnScreen();
-    EXPECT_EQ(platform.windowSystem->calls.last(), QStringLiteral("activate 1"));
-}
-
 TEST_F(StartupTest, NamedArgumentsRedirectTheLogWithItsFallback)
 {
     const QString logFile = QStringLiteral("/home/anna/Library/Logs/VelmoraInstaller.log");
@@ -119,20 +115,13 @@ TEST_F(StartupTest, NamedArgumentsRedirectTheLogWithItsFallback)
                            QStringLiteral("2 %1 a+").arg(logFile), QStringLiteral("2 /dev/null a+")}));
     EXPECT_FALSE(log.lines().contains(QStringLiteral("direct invocation")));
 
-    struct Case
-    {
-        QStringList words;
-        bool redirected;
-    } cases[] = {
+    struct Case { QStringList words; bool redirected; } cases[] = {
         {{QStringLiteral("-AppleLanguages"), QStringLiteral("(de)"), QStringLiteral("-sourcePath"), product}, false},
         {{QStringLiteral("-sourcePath")}, false},
     };
     for (const auto& c : cases) {
         platform.facts->reopened.clear();
-        InstallerWinController other;
-        other.setView(&view);
-        platform.facts->arguments = QStringList{platform.facts->executable} + c.words;
-        other.awakeFromNib();
+        startFresh(c.words);
         EXPECT_EQ(!platform.facts->reopened.isEmpty(), c.redirected) << c.words.join(u' ').toStdString();
     }
 }
@@ -164,11 +153,7 @@ TEST_F(StartupTest, EmptyNameAndUnreadableInfoPlistAreSetupErrors)
     ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
     const QString big = tmp.mkdir(QStringLiteral("Big.app/Contents")) + QStringLiteral("/Info.plist");
     ASSERT_TRUE(QFile(big).open(QIODevice::WriteOnly) && QFile::resize(big, 9 * 1024 * 1024)); // sparse
-    struct Case
-    {
-        QStringList words;
-        QString error, line;
-    } cases[] = {
+    struct Case { QStringList words; QString error, line; } cases[] = {
         {{QStringLiteral("-sourcePath"), product, QStringLiteral("-productName"), QString()}, QStringLiteral("missing program name"), {}},
         {{QStringLiteral("-sourcePath"), tmp.file(QStringLiteral("Fifo.app"))}, QStringLiteral("missing product signature"),
          QStringLiteral("cannot read property list %1: not a regular file").arg(fifo)},
@@ -176,14 +161,10 @@ TEST_F(StartupTest, EmptyNameAndUnreadableInfoPlistAreSetupErrors)
          QStringLiteral("cannot read property list %1: larger than 8388608 bytes").arg(big)},
     };
     for (const Case& c : cases) {
-        FakeInstallerView other;
-        InstallerWinController session;
-        session.setView(&other);
-        platform.facts->arguments = QStringList{platform.facts->executable} + c.words;
         const qsizetype seen = log.lines().size();
-        session.awakeFromNib();
-        EXPECT_TRUE(session.finished()) << c.error.toStdString();
-        EXPECT_EQ(other.texts[Field::Intro], c.error);
+        const auto session = startFresh(c.words);
+        EXPECT_TRUE(session->controller.finished()) << c.error.toStdString();
+        EXPECT_EQ(session->view.texts[Field::Intro], c.error);
         if (!c.line.isEmpty()) {
             EXPECT_TRUE(log.lines().mid(seen).contains(c.line)) << c.line.toStdString();
         }
@@ -194,12 +175,10 @@ TEST_F(StartupTest, EmptyNameAndUnreadableInfoPlistAreSetupErrors)
 TEST_F(StartupTest, MissingSignatureKeepsTheTitleAndTheDestination)
 {
     writeInfo("{ CFBundleShortVersionString = \"2.1\"; }");
-    FakeInstallerView other;
-    controller.setView(&other);
     start({});
     EXPECT_TRUE(controller.finished());
-    EXPECT_EQ(other.title, QStringLiteral("Product Installer"));
-    EXPECT_TRUE(other.inFront);
+    EXPECT_EQ(view.title, QStringLiteral("Product Installer"));
+    EXPECT_TRUE(view.inFront);
     EXPECT_EQ(argument(RVInstallerKeyDestinationPath), QStringLiteral("/Applications/Product.app"));
     EXPECT_EQ(log.lines().last(), QStringLiteral("missing product signature"));
 }
@@ -244,14 +223,11 @@ TEST_F(StartupTest, ProductCodesWithoutQuitCodesBecomeTheQuitList)
     EXPECT_EQ(controller.arguments()->list(RVInstallerKeyQuitCode), codes);
 
     // Codes that name no application stay product codes but leave the quit list, with a line each.
-    InstallerWinController other;
-    other.setView(&view);
-    platform.facts->arguments = QStringList{platform.facts->executable, QStringLiteral("-sourcePath"), product,
-                                            QStringLiteral("-quitCode"), QStringLiteral("QUIT"), QStringLiteral("-quitCode"),
-                                            QStringLiteral(""), QStringLiteral("-productCode"), QStringLiteral("????")};
-    other.awakeFromNib();
-    EXPECT_EQ(other.arguments()->list(RVInstallerKeyProductCode), QStringList{QStringLiteral("????")});
-    EXPECT_EQ(other.arguments()->list(RVInstallerKeyQuitCode), QStringList{QStringLiteral("QUIT")});
+    const auto other = startFresh({QStringLiteral("-sourcePath"), product, QStringLiteral("-quitCode"), QStringLiteral("QUIT"),
+                                   QStringLiteral("-quitCode"), QStringLiteral(""), QStringLiteral("-productCode"),
+                                   QStringLiteral("????")});
+    EXPECT_EQ(other->controller.arguments()->list(RVInstallerKeyProductCode), QStringList{QStringLiteral("????")});
+    EXPECT_EQ(other->controller.arguments()->list(RVInstallerKeyQuitCode), QStringList{QStringLiteral("QUIT")});
     EXPECT_TRUE(log.lines().contains(QStringLiteral("quit code '' names no application; left out")));
     EXPECT_TRUE(log.lines().contains(QStringLiteral("quit code '?\?\?\?' names no application; left out")));
 }
@@ -275,12 +251,7 @@ TEST_F(StartupTest, WrapperOutsideTheSourceFolderAndMissingFilesAreDropped)
 
 TEST_F(StartupTest, TooOldSystemShowsTheAlertAndBothAnswersQuit)
 {
-    struct Case
-    {
-        QStringList words;
-        QByteArray bundleMinimum;
-        bool alert;
-    } cases[] = {
+    struct Case { QStringList words; QByteArray bundleMinimum; bool alert; } cases[] = {
         {{}, "5.10", false}, // older than 6.1
         {{}, "6.2", true},
         {{QStringLiteral("-minSystemVersion"), QStringLiteral("6.2")}, "5.10", true},
@@ -291,20 +262,14 @@ TEST_F(StartupTest, TooOldSystemShowsTheAlertAndBothAnswersQuit)
     for (const auto& c : cases) {
         writeInfo("{ CFBundleSignature = PROD; CFBundleShortVersionString = \"2.1\"; LSMinimumSystemVersion = \"" +
                   c.bundleMinimum + "\"; }");
-        FakeInstallerView fresh;
-        InstallerWinController session;
-        session.setView(&fresh);
-        platform.facts->arguments = QStringList{platform.facts->executable} + c.words;
-        session.awakeFromNib();
-        EXPECT_EQ(fresh.alert.has_value(), c.alert) << c.words.join(u' ').toStdString() << " bundle " << c.bundleMinimum.toStdString();
-        EXPECT_EQ(session.exitStatus(), c.alert ? InstallerWinController::ExitSystemTooOld : InstallerWinController::ExitCancelled);
+        const auto session = startFresh(c.words);
+        EXPECT_EQ(session->view.alert.has_value(), c.alert) << c.words.join(u' ').toStdString() << " bundle " << c.bundleMinimum.toStdString();
+        EXPECT_EQ(session->controller.exitStatus(),
+                  c.alert ? InstallerWinController::ExitSystemTooOld : InstallerWinController::ExitCancelled);
     }
-    FakeInstallerView fresh;
-    InstallerWinController session;
-    session.setView(&fresh);
-    QSignalSpy quits(&session, &InstallerWinController::terminateRequested);
-    platform.facts->arguments = {platform.facts->executable, QStringLiteral("-minSystemVersion"), QStringLiteral("7")};
-    session.awakeFromNib();
+    QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
+    start({QStringLiteral("-minSystemVersion"), QStringLiteral("7")});
+    const auto& fresh = view;
     ASSERT_TRUE(fresh.alert);
     EXPECT_EQ(fresh.alert->message,
               QStringLiteral("Product 2.1 cannot be installed on this computer because it requires Mac OS X 7 or newer."));
@@ -327,6 +292,106 @@ TEST_F(StartupTest, GermanTableMakesTheWholePageGerman)
     start({});
     EXPECT_EQ(view.texts[Field::Intro], QStringLiteral("Der Pfad des Produkts fehlt."));
     EXPECT_EQ(view.buttonTitles[Button::Install], QStringLiteral("OK"));
+}
+
+QStringList words(std::initializer_list<const char*> list)
+{
+    QStringList out{QStringLiteral("/Apps/P.app/Contents/MacOS/VelmoraInstaller")};
+    for (const char* w : list)
+        out << QString::fromUtf8(w);
+    return out;
+}
+
+struct ParseCase
+{
+    const char* name;
+    QStringList argv;
+    QVariantMap expected; // besides the program's path under ""
+};
+
+QVariantMap entries(std::initializer_list<std::pair<const char*, QVariant>> list)
+{
+    QVariantMap map;
+    for (const auto& [key, value] : list)
+        map.insert(QString::fromUtf8(key), value);
+    return map;
+}
+
+TEST(RVInstallerArguments, ParsesTheCommandLineByTheKeyValueRule)
+{
+    const QString abcd = QStringLiteral("ABCD"), efgh = QStringLiteral("EFGH");
+    const ParseCase cases[] = {
+        {"no arguments", words({}), {}},
+        {"plain pair", words({"-productName", "Product"}),
+         entries({{"productName", QStringLiteral("Product")}})},
+        {"key at the end gets nothing", words({"-productName", "P", "-sourcePath"}),
+         entries({{"productName", QStringLiteral("P")}})},
+        {"key followed by key", words({"-quitCode", "-productCode", "ABCD"}),
+         entries({{"productCode", QStringList{abcd}}})},
+        {"last plain value wins", words({"-productName", "A", "B"}),
+         entries({{"productName", QStringLiteral("B")}})},
+        {"repeated plain key", words({"-productName", "A", "-productName", "C"}),
+         entries({{"productName", QStringLiteral("C")}})},
+        {"list values collect", words({"-quitCode", "ABCD", "EFGH"}),
+         entries({{"quitCode", QStringList{abcd, efgh}}})},
+        {"repeated list key collects", words({"-quitCode", "ABCD", "-quitCode", "EFGH"}),
+         entries({{"quitCode", QStringList{abcd, efgh}}})},
+        {"double dash names -x", words({"--x", "v"}), entries({{"-x", QStringLiteral("v")}})},
+        {"number stays text", words({"-completionQuit", "2.5"}),
+         entries({{"completionQuit", QStringLiteral("2.5")}})},
+        {"spaces kept whole", words({"-readMePath", "/tmp/Read Me.rtf"}),
+         entries({{"readMePath", QStringLiteral("/tmp/Read Me.rtf")}})},
+        {"keys are case-sensitive", words({"-ProductName", "X", "-productcode", "ABCD"}),
+         entries({{"ProductName", QStringLiteral("X")}, {"productcode", abcd}})},
+        {"system options pass by the same rule",
+         words({"-AppleLanguages", "(de)", "-NSDocumentRevisionsDebugMode"}),
+         entries({{"AppleLanguages", QStringLiteral("(de)")}})},
+        {"empty value is a value", words({"-productName", ""}),
+         entries({{"productName", QStringLiteral("")}})},
+        {"lone dash names the empty key", words({"-", "value"}), entries({{"", QStringLiteral("value")}})},
+    };
+    for (const ParseCase& c : cases) {
+        QVariantMap expected = c.expected;
+        // The program's path is under the empty key, unless a lone "-" names that key again.
+        if (!expected.contains(QString()))
+            expected.insert(QString(), c.argv.first());
+        EXPECT_EQ(RVInstallerArguments::fromArgumentList(c.argv).toVariantMap(), expected)
+            << c.name;
+    }
+}
+
+TEST(RVInstallerArguments, ListAccessorsKeepStringsAndListsApart)
+{
+    auto args = RVInstallerArguments::fromArgumentList(
+        words({"-productCode", "ABCD", "-productName", "P"}));
+    EXPECT_TRUE(args.hasList(RVInstallerKeyProductCode));
+    EXPECT_TRUE(args.string(RVInstallerKeyProductCode).isNull());
+    EXPECT_TRUE(args.list(RVInstallerKeyProductName).isEmpty());
+    EXPECT_FALSE(args.hasList(RVInstallerKeyQuitCode));
+    args.appendToList(RVInstallerKeyQuitCode, QStringLiteral("WXYZ"));
+    EXPECT_EQ(args.list(RVInstallerKeyQuitCode), QStringList{QStringLiteral("WXYZ")});
+    args.remove(RVInstallerKeyProductName);
+    EXPECT_FALSE(args.contains(RVInstallerKeyProductName));
+}
+
+TEST(InstallerWinController, ExtractArgumentsLogsOnceAndKeepsTheFirstResult)
+{
+    FakePlatform platform;
+    LogCapture log;
+    platform.facts->arguments = words({"-productName", "First"});
+    InstallerWinController controller;
+    EXPECT_FALSE(controller.arguments().has_value());
+
+    controller.extractArguments();
+    platform.facts->arguments = words({"-productName", "Second"});
+    controller.extractArguments();
+
+    ASSERT_TRUE(controller.arguments().has_value());
+    EXPECT_EQ(controller.arguments()->string(RVInstallerKeyProductName), QStringLiteral("First"));
+    ASSERT_EQ(log.lines().size(), 1);
+    EXPECT_EQ(log.lines().first(),
+              QStringLiteral("arguments: (/Apps/P.app/Contents/MacOS/VelmoraInstaller, "
+                             "-productName, First)"));
 }
 
 } // namespace

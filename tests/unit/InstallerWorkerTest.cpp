@@ -1,13 +1,10 @@
 #include "FakeInstallerView.h"
 #include "FakePlatform.h"
 #include "TestApplication.h"
-#include "InstallerWinController.h"
 #include "RVInstallerInterface.h"
 #include "RVProcess.h"
 #include "SoundExtensions.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QSignalSpy>
 
 #include <atomic>
@@ -20,6 +17,12 @@ namespace {
 
 using Field = RVInstallerView::Field;
 using Button = RVInstallerView::Button;
+
+void waitFor(const std::atomic<bool>& flag)
+{
+    while (!flag)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
 
 class WorkerTest : public ::testing::Test
 {
@@ -50,12 +53,16 @@ protected:
     void installAndWait()
     {
         controller.install();
-        QElapsedTimer timer;
-        timer.start();
         // The hand-off ends with the install button enabled again.
-        while ((controller.isWorking() || view.disabledButtons.contains(Button::Install)) && timer.elapsed() < 10000)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QCoreApplication::processEvents();
+        turnLoopUntil([&] { return !controller.isWorking() && !view.disabledButtons.contains(Button::Install); }, 10000);
+    }
+
+    // A product that never quits, whatever it is asked.
+    void addStubbornCopy()
+    {
+        auto& product = platform.processTable->add(7, QStringLiteral("Product"), "PROD");
+        product.politeRequestsToEnd = product.forceRequestsToEnd = -1;
+        platform.windowSystem->closeResult = RVWindowSystem::CloseResult::NoWindow;
     }
 
     TestApplication app;
@@ -86,31 +93,22 @@ TEST_F(WorkerTest, SuccessShowsTheFinalPageAndPlaysTheSound)
 
 TEST_F(WorkerTest, SoundNeedsExactlyYesAndNoNosound)
 {
-    struct Case
-    {
-        const char* sound;
-        bool nosound;
-        bool plays;
-    } cases[] = {{"YES", false, true}, {"yes", false, false}, {"YES", true, false}};
+    struct Case { const char* sound; bool nosound; bool plays; } cases[] = {
+        {"YES", false, true}, {"yes", false, false}, {"YES", true, false}};
     for (const auto& c : cases) {
-        platform.audio->clearEvents();
+        const qsizetype before = platform.audio->events().size();
         platform.defaults->domains[{}].insert(QStringLiteral("nosound"), c.nosound ? QStringLiteral("YES") : QStringLiteral("NO"));
-        InstallerWinController session;
-        FakeInstallerView fresh;
-        session.setView(&fresh);
-        QStringList words{QStringLiteral("/prog"), QStringLiteral("-productName"), QStringLiteral("P"),
-                          QStringLiteral("-completionSound"), QString::fromLatin1(c.sound)};
-        session.setArguments(RVInstallerArguments::fromArgumentList(words));
-        session.installationFinished(QString());
-        EXPECT_EQ(platform.audio->events().filter(QStringLiteral("play")).size(), c.plays ? 1 : 0) << c.sound << c.nosound;
+        FreshSession session({QStringLiteral("-productName"), QStringLiteral("P"), QStringLiteral("-completionSound"),
+                              QString::fromLatin1(c.sound)});
+        session.controller.installationFinished(QString());
+        EXPECT_EQ(platform.audio->events().mid(before).filter(QStringLiteral("play")).size(), c.plays ? 1 : 0)
+            << c.sound << c.nosound;
     }
 }
 
 TEST_F(WorkerTest, ACopyThatNeverQuitsCancelsWithTheHiddenMessage)
 {
-    platform.processTable->add(7, QStringLiteral("Product"), "PROD").politeRequestsToEnd = -1;
-    platform.processTable->processes[7].forceRequestsToEnd = -1;
-    platform.windowSystem->closeResult = RVWindowSystem::CloseResult::NoWindow;
+    addStubbornCopy();
     setArguments({});
     installAndWait();
     const QStringList lines = log.lines();
@@ -128,9 +126,8 @@ TEST_F(WorkerTest, ACopyThatNeverQuitsCancelsWithTheHiddenMessage)
 
 TEST_F(WorkerTest, ACopyThatQuitsOnTheSecondAttemptLetsTheCopyGoOn)
 {
-    auto& product = platform.processTable->add(7, QStringLiteral("Product"), "PROD");
-    product.politeRequestsToEnd = product.forceRequestsToEnd = -1;
-    platform.windowSystem->closeResult = RVWindowSystem::CloseResult::NoWindow;
+    addStubbornCopy();
+    auto& product = platform.processTable->processes[7];
     // Once the first pass has failed, the next polite request is the one it heeds.
     platform.clock->onSleep = [&] {
         if (product.politeRequestsToEnd < 0 && log.lines().contains(QStringLiteral("Product did not quit; will retry")))
@@ -147,73 +144,65 @@ TEST_F(WorkerTest, ACopyThatQuitsOnTheSecondAttemptLetsTheCopyGoOn)
     EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitSucceeded);
 }
 
-TEST_F(WorkerTest, WithoutAnAuthenticationAgentTheFailureNamesTheCause)
+// Each failure's message, with the hint to copy by hand unless a wrapper is used or the copy was
+// refused for its signature; a cancelled dialog clears the message and leaves the buttons usable.
+TEST_F(WorkerTest, FailuresShowTheirMessageAndExitStatus)
 {
-    files.writable.clear();
-    platform.authorization->outcome = {RVAuthorization::Outcome::Kind::NoAgent, false, 0, 0};
-    setArguments({});
-    installAndWait();
-    EXPECT_EQ(view.texts[Field::Message],
-              QStringLiteral("Authorized copying failed. No authentication agent is running in this session to ask for the "
-                             "administrator password.\rTry installing Product manually by copying it to the Applications folder."));
-    EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitFailed);
-}
-
-TEST_F(WorkerTest, FailuresCarryTheManualHintUnlessAWrapperIsUsed)
-{
-    files.existing.insert(QStringLiteral("/Applications/Product.app"));
-    files.writable.insert(QStringLiteral("/Applications/Product.app"));
-    platform.workspace->recycleSucceeds = false;
-    setArguments({});
-    installAndWait();
-    EXPECT_EQ(view.texts[Field::Message],
-              QStringLiteral("Could not delete existing copy.\rTry installing Product manually by copying it to the Applications folder."));
-
-    files.existing.insert(QStringLiteral("/src/W"));
-    setArguments({QStringLiteral("-wrapperPath"), QStringLiteral("/src/W")});
-    installAndWait();
-    EXPECT_EQ(view.texts[Field::Message], QStringLiteral("Could not delete existing copy."));
-
-    // A copy refused for its signature is not to be copied by hand either.
-    platform.workspace->recycleSucceeds = true;
-    files.signedTree->namesKey = true;
-    setArguments({});
-    installAndWait();
-    EXPECT_EQ(view.texts[Field::Message],
-              QStringLiteral("This copy of Product was not installed: it is not from the maker of the installed copy, or it is damaged."));
-}
-
-TEST_F(WorkerTest, CancelledDialogLeavesAnEmptyMessageAndUsableButtons)
-{
-    files.writable.clear();
-    platform.authorization->outcome = {RVAuthorization::Outcome::Kind::Cancelled, false, 0, 0};
-    setArguments({});
-    view.texts[Field::Message] = QStringLiteral("old");
-    installAndWait();
-    EXPECT_EQ(view.texts[Field::Message], QStringLiteral(""));
-    EXPECT_TRUE(view.disabledButtons.isEmpty());
-    EXPECT_EQ(controller.exitStatus(), InstallerWinController::ExitCancelled);
+    using Kind = RVAuthorization::Outcome::Kind;
+    const QString hint = QStringLiteral("\rTry installing Product manually by copying it to the Applications folder.");
+    const QString deleteFailed = QStringLiteral("Could not delete existing copy.");
+    const struct
+    {
+        const char* name;
+        std::function<void()> arrange;
+        QStringList words;
+        QString message;
+        InstallerWinController::ExitStatus status;
+    } cases[] = {
+        {"trash fails",
+         [&] {
+             files.existing.insert(QStringLiteral("/Applications/Product.app"));
+             files.writable.insert(QStringLiteral("/Applications/Product.app"));
+             platform.workspace->recycleSucceeds = false;
+         },
+         {}, deleteFailed + hint, InstallerWinController::ExitFailed},
+        {"trash fails, wrapper", [&] { files.existing.insert(QStringLiteral("/src/W")); },
+         {QStringLiteral("-wrapperPath"), QStringLiteral("/src/W")}, deleteFailed, InstallerWinController::ExitFailed},
+        {"refused for its signature", [&] { platform.workspace->recycleSucceeds = true; files.signedTree->namesKey = true; },
+         {}, QStringLiteral("This copy of Product was not installed: it is not from the maker of the installed copy, or it is damaged."),
+         InstallerWinController::ExitFailed},
+        {"no agent", [&] {
+             files.signedTree->namesKey = false;
+             files.writable.clear();
+             platform.authorization->outcome = {Kind::NoAgent, false, 0, 0};
+         }, {},
+         QStringLiteral("Authorized copying failed. No authentication agent is running in this session to ask for the "
+                        "administrator password.") + hint, InstallerWinController::ExitFailed},
+        {"cancelled", [&] { files.writable.clear(); platform.authorization->outcome = {Kind::Cancelled, false, 0, 0}; },
+         {}, QStringLiteral(""), InstallerWinController::ExitCancelled},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        c.arrange();
+        setArguments(c.words);
+        view.texts[Field::Message] = QStringLiteral("old");
+        installAndWait();
+        EXPECT_EQ(view.texts[Field::Message], c.message);
+        EXPECT_TRUE(view.disabledButtons.isEmpty());
+        EXPECT_EQ(controller.exitStatus(), c.status);
+    }
 }
 
 TEST_F(WorkerTest, CompletionDelayQuitsOnlyForAPositiveNumber)
 {
-    struct Case
-    {
-        const char* value;
-        const char* line;
-        bool quits;
-    } cases[] = {{"0.05", "quit delay: 0.1", true}, {"0", "quit delay: 0.0", false},
+    struct Case { const char* value; const char* line; bool quits; } cases[] = {{"0.05", "quit delay: 0.1", true}, {"0", "quit delay: 0.0", false},
                  {"soon", "quit delay: 0.0", false}, {"0.2x", "quit delay: 0.2", true},
                  // Beyond a timer's ~24.8 days of milliseconds: still the value, not at once.
                  {"3000000", "quit delay: 3000000.0", false}, {"1e300", "quit delay: inf", false}};
     for (const auto& c : cases) {
-        InstallerWinController session;
-        FakeInstallerView fresh;
-        session.setView(&fresh);
-        session.setArguments(RVInstallerArguments::fromArgumentList(
-            {QStringLiteral("/prog"), QStringLiteral("-completionQuit"), QString::fromLatin1(c.value)}));
-        QSignalSpy quits(&session, &InstallerWinController::terminateRequested);
-        session.installationFinished(QStringLiteral("failed"));
+        FreshSession session({QStringLiteral("-completionQuit"), QString::fromLatin1(c.value)});
+        QSignalSpy quits(&session.controller, &InstallerWinController::terminateRequested);
+        session.controller.installationFinished(QStringLiteral("failed"));
         EXPECT_EQ(log.lines().last(), QString::fromLatin1(c.line));
         EXPECT_EQ(quits.wait(c.quits ? 3000 : 300), c.quits) << c.value;
     }
@@ -226,10 +215,7 @@ TEST_F(WorkerTest, AShortCompletionDelayQuitsHoweverLateTheWorkerEnds)
     setArguments({QStringLiteral("-completionQuit"), QStringLiteral("0.001")});
     QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
     std::atomic<bool> letGo{false};
-    InstallerWinController::beforeWorkerEndsForTesting = [&] {
-        while (!letGo)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    };
+    InstallerWinController::beforeWorkerEndsForTesting = [&] { waitFor(letGo); };
     controller.install();
     turnLoopUntil([] { return false; }, 300); // an outcome handed over meanwhile is shown, its delay ends
     letGo = true;
@@ -250,11 +236,6 @@ TEST_F(WorkerTest, CancelQuitsWithoutARead)
     EXPECT_FALSE(controller.isWorking());
 }
 
-} // namespace
-
-namespace {
-
-// A copy that takes its time: it starts, then waits to be let go.
 // Holds the staging copy until the test lets it go.
 class SlowFileManager : public FakeFileManager
 {
@@ -263,26 +244,31 @@ public:
     QString stageCopy(const QString& source, const QString& target) override
     {
         started = true;
-        while (!release)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        waitFor(release);
         return FakeFileManager::stageCopy(source, target);
     }
 };
+
+std::shared_ptr<SlowFileManager> installSlowCopy()
+{
+    auto slow = std::make_shared<SlowFileManager>();
+    const auto& files = dynamic_cast<FakeFileManager&>(RVPlatform::current().fileManager());
+    slow->existing = files.existing;
+    slow->writable = files.writable;
+    RVPlatform::install({.fileManager = slow});
+    return slow;
+}
 
 // Closing the window (or SIGTERM, which main turns into the same call) while the worker
 // runs: the main loop keeps turning, the application ends only with the worker's outcome,
 // and a copy under way is finished, never cut.
 TEST_F(WorkerTest, QuittingWhileTheWorkerRunsWaitsForASafePoint)
 {
-    auto slow = std::make_shared<SlowFileManager>();
-    slow->existing = files.existing;
-    slow->writable = files.writable;
-    RVPlatform::install({.fileManager = slow});
+    const auto slow = installSlowCopy();
     setArguments({});
     QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
     controller.install();
-    while (!slow->started)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    waitFor(slow->started);
     controller.terminate(); // returns at once: the window stays responsive
     turnLoopUntil([] { return false; }, 50);
     EXPECT_EQ(quits.count(), 0);
@@ -295,21 +281,16 @@ TEST_F(WorkerTest, QuittingWhileTheWorkerRunsWaitsForASafePoint)
 
 TEST_F(WorkerTest, QuittingBetweenQuitAttemptsStopsAtOnceWithoutCopying)
 {
-    platform.processTable->add(7, QStringLiteral("Product"), "PROD").politeRequestsToEnd = -1;
-    platform.processTable->processes[7].forceRequestsToEnd = -1;
-    platform.windowSystem->closeResult = RVWindowSystem::CloseResult::NoWindow;
+    addStubbornCopy();
     std::atomic<bool> sleeping{false}, closed{false};
     platform.clock->onSleep = [&] {
-        if (sleeping.exchange(true))
-            return;
-        while (!closed)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (!sleeping.exchange(true))
+            waitFor(closed);
     };
     setArguments({});
     QSignalSpy quits(&controller, &InstallerWinController::terminateRequested);
     controller.install();
-    while (!sleeping)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    waitFor(sleeping);
     controller.terminate();
     closed = true;
     EXPECT_TRUE(turnLoopUntil([&] { return quits.count() == 1; }));
@@ -325,19 +306,12 @@ TEST_F(WorkerTest, QuittingBetweenQuitAttemptsStopsAtOnceWithoutCopying)
 // waits for the worker instead of leaving it a freed object.
 TEST_F(WorkerTest, TheSessionOutlivesItsWorker)
 {
-    auto slow = std::make_shared<SlowFileManager>();
-    slow->existing = files.existing;
-    slow->writable = files.writable;
-    RVPlatform::install({.fileManager = slow});
-    auto session = std::make_unique<InstallerWinController>();
-    session->setView(&view);
-    QStringList words{QStringLiteral("/prog"), QStringLiteral("-sourcePath"), QStringLiteral("/src/Product.app"),
-                      QStringLiteral("-destinationPath"), QStringLiteral("/Applications/Product.app"),
-                      QStringLiteral("-productName"), QStringLiteral("Product")};
-    session->setArguments(RVInstallerArguments::fromArgumentList(words));
-    session->install();
-    while (!slow->started)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const auto slow = installSlowCopy();
+    auto session = std::make_unique<FreshSession>(QStringList{
+        QStringLiteral("-sourcePath"), QStringLiteral("/src/Product.app"), QStringLiteral("-destinationPath"),
+        QStringLiteral("/Applications/Product.app"), QStringLiteral("-productName"), QStringLiteral("Product")});
+    session->controller.install();
+    waitFor(slow->started);
     std::thread releaser([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         slow->release = true;

@@ -1,16 +1,20 @@
+#include "QtPrinters.h"
 #include "RVFormat.h"
 #include "RVFourCharCode.h"
+#include "RVLog.h"
+#include "RVRichText.h"
+
+#include <QRegularExpression>
+#include <QTemporaryFile>
+
+#include <thread>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-struct FormatCase
-{
-    const char* format;
-    std::initializer_list<RVFormatArg> args;
-    const char* expected;
-};
+struct FormatCase { const char* format; std::initializer_list<RVFormatArg> args; const char* expected; };
 
 TEST(RVFormat, ConvertsEveryConversionTheTextsUse)
 {
@@ -67,11 +71,7 @@ TEST(RVFormat, HostileWidthsDoNotOverflow)
 
 TEST(RVFourCharCode, ConvertsOnlyFourAsciiCharacters)
 {
-    struct Case
-    {
-        QString text;
-        RVOSType code;
-    } cases[] = {
+    struct Case { QString text; RVOSType code; } cases[] = {
         {QStringLiteral("ABCD"), 0x41424344},
         {QStringLiteral("????"), 0x3F3F3F3F},
         {QStringLiteral("Mp3 "), 0x4D703320},
@@ -89,6 +89,76 @@ TEST(RVFourCharCode, CodeToTextPutsTheMostSignificantByteFirst)
     EXPECT_EQ(RVStringFromOSType(0x41424344), QStringLiteral("ABCD"));
     EXPECT_EQ(RVStringFromOSType(RVFourCC("sys1")), QStringLiteral("sys1"));
     EXPECT_EQ(RVOSTypeFromString(RVStringFromOSType(RVFourCC("lgnw"))), RVFourCC("lgnw"));
+}
+
+TEST(RichText, FormatIsToldFromTheContent)
+{
+    using F = RVRichText::Format;
+    struct Case { const char* text; F format; } cases[] = {{"{\\rtf1\\ansi hello}", F::Rtf},
+                 {"  <html><body>x</body></html>", F::Html},
+                 {"<p>a paragraph</p>", F::Html},
+                 {"# Title\n\ntext", F::Markdown},
+                 {"Some **bold** words", F::Markdown},
+                 {"- item\n- item", F::Markdown},
+                 {"Just a plain read me.\nSecond line.", F::Plain},
+                 {"", F::Plain}};
+    for (const auto& c : cases)
+        EXPECT_EQ(RVRichText::detect(c.text), c.format) << c.text;
+}
+
+TEST(RichText, RtfBecomesHtmlWithStylesAndCharacters)
+{
+    const QByteArray rtf = "{\\rtf1\\ansi\\ansicpg1252{\\fonttbl{\\f0 Helvetica;}}{\\colortbl;\\red0\\green0\\blue0;}"
+                           "{\\*\\generator Writer;}\\f0 Hello \\b bold\\b0  and \\i italic\\i0 .\\par "
+                           "Caf\\'e9 \\u8364? 5 < 6 & \\'ac {\\ul under}\\line next}";
+    const QString html = RVRichText::rtfToHtml(rtf);
+    EXPECT_TRUE(html.contains(QStringLiteral("Hello <b>bold</b> and <i>italic</i>."))) << html.toStdString();
+    EXPECT_TRUE(html.contains(QStringLiteral("</p><p>Café € 5 &lt; 6 &amp; ¬ <u>under</u><br>next"))) << html.toStdString();
+    EXPECT_FALSE(html.contains(QStringLiteral("Helvetica")));
+    EXPECT_FALSE(html.contains(QStringLiteral("Writer")));
+
+    // RTFD: the attachment's file becomes an image; its placeholder character goes.
+    const QString rtfd = RVRichText::rtfToHtml(
+        "{\\rtf1 Logo: {{\\NeXTGraphic Pasted Graphic.png \\width640 \\height480\n}\\'ac} end}");
+    EXPECT_TRUE(rtfd.contains(QStringLiteral("Logo: <img src=\"Pasted Graphic.png\"> end"))) << rtfd.toStdString();
+}
+
+TEST(RichText, BrokenRtfGivesWhatCouldBeRead)
+{
+    for (const QByteArray& rtf : {QByteArray("{\\rtf1 unterminated \\b bold"), QByteArray("}}}{\\"),
+                                  QByteArray(3000, '{') + "deep", QByteArray("{\\rtf1 \\u-3 \\'zz \\uc5\\u66 x}")}) {
+        const QString html = RVRichText::rtfToHtml(rtf);
+        EXPECT_TRUE(html.startsWith(QStringLiteral("<html>"))) << rtf.left(40).toStdString();
+    }
+    EXPECT_TRUE(RVRichText::rtfToHtml("{\\rtf1 unterminated \\b bold").contains(QStringLiteral("<b>bold</b>")));
+}
+
+TEST(Log, LinesFromTwoThreadsNeverInterleave)
+{
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    const int saved = ::dup(STDERR_FILENO);
+    ::dup2(file.handle(), STDERR_FILENO);
+    RVLogging::setProcessName(QStringLiteral("VelmoraInstaller"));
+    auto writer = [](const char* who) {
+        for (int i = 0; i < 500; ++i)
+            RVLog(QStringLiteral("%s line %d of a fairly long text that must stay in one piece %@"), who, i,
+                  QStringList{QStringLiteral("a"), QStringLiteral("b")});
+    };
+    std::thread other(writer, "other");
+    writer("main");
+    other.join();
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+
+    file.seek(0);
+    const QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 1000);
+    static const QRegularExpression form(QStringLiteral(
+        "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} VelmoraInstaller\\[\\d+:\\d+\\] "
+        "(main|other) line \\d+ of a fairly long text that must stay in one piece \\(a, b\\)$"));
+    for (const QString& line : lines)
+        ASSERT_TRUE(form.match(line).hasMatch()) << line.toStdString();
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 #include <QFile>
 #include <QMap>
 #include <QRegularExpression>
-#include <QSet>
 #include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
@@ -16,14 +15,6 @@ class LocalizationTest : public ::testing::Test
 protected:
     void TearDown() override { RVLocalization::unload(); }
 };
-
-TEST_F(LocalizationTest, GermanTableTranslatesKnownKeysAndFallsBackToTheKey)
-{
-    ASSERT_TRUE(RVLocalization::load({QStringLiteral("de_DE"), QStringLiteral("de")}, QStringLiteral(RV_TRANSLATIONS_DIR)));
-    EXPECT_EQ(RVLocalizedString(QStringLiteral("Install")), QStringLiteral("Installieren"));
-    EXPECT_EQ(RVLocalizedString(QStringLiteral("Go Back")), QStringLiteral("Zurück"));
-    EXPECT_EQ(RVLocalizedString(QStringLiteral("no such key %@")), QStringLiteral("no such key %@"));
-}
 
 // English (the C and POSIX locales read as English) and languages without a table of their
 // own read the English table, which words for Linux what the keys say of macOS.
@@ -99,14 +90,12 @@ TEST(StringTables, EveryLanguageIsCompleteWithTheKeysPlaceholders)
 }
 
 // A user's languages pick the table: the first language that has one, a regional language
-// falling back to its base one, English for the rest.
+// falling back to its base one, English for the rest; a key without translation stays itself.
 TEST_F(LocalizationTest, TheFirstLanguageWithATableWins)
 {
-    const struct
-    {
-        QStringList languages;
-        const char* install;
-    } cases[] = {{{QStringLiteral("pt_BR"), QStringLiteral("pt")}, "Instalar"},
+    const struct { QStringList languages; const char* install; } cases[] = {
+                 {{QStringLiteral("de_DE"), QStringLiteral("de")}, "Installieren"},
+                 {{QStringLiteral("pt_BR"), QStringLiteral("pt")}, "Instalar"},
                  {{QStringLiteral("fr_CA"), QStringLiteral("fr")}, "Installer"},
                  {{QStringLiteral("eo"), QStringLiteral("ja")}, "インストール"},
                  {{QStringLiteral("eo")}, "Install"},
@@ -114,6 +103,7 @@ TEST_F(LocalizationTest, TheFirstLanguageWithATableWins)
     for (const auto& c : cases) {
         ASSERT_TRUE(RVLocalization::load(c.languages, QStringLiteral(RV_TRANSLATIONS_DIR))) << c.install;
         EXPECT_EQ(RVLocalizedString(QStringLiteral("Install")), QString::fromUtf8(c.install));
+        EXPECT_EQ(RVLocalizedString(QStringLiteral("no such key %@")), QStringLiteral("no such key %@"));
     }
     EXPECT_EQ(RVLocalization::loadedLanguage().left(2), QStringLiteral("ar"));
 }

@@ -1,4 +1,5 @@
 #include "FakePlatform.h"
+#include "QtPrinters.h"
 #include "RVNotificationCenter.h"
 #include "RVProcess.h"
 #include "TestApplication.h"
@@ -109,17 +110,6 @@ TEST_F(ProcessNotificationsTest, AnEndCleansTheCacheAndALaunchLeavesIt)
     const auto cached = RVProcess::cachedProcessesEnumerator();
     ASSERT_EQ(cached->size(), 1u);
     EXPECT_EQ(cached->front()->unixPID(), 200);
-    EXPECT_EQ(RVProcess::applicationLaunchEndCount(), 2u);
-}
-
-TEST_F(ProcessNotificationsTest, ABurstOfEventsPostsOnceWithTheFirstChange)
-{
-    RVProcess::installNotifications();
-    fire(RVApplicationEvents::kLaunched);
-    fire(RVApplicationEvents::kTerminated);
-    fire(RVApplicationEvents::kFrontSwitched);
-    letTheLoopIdle();
-    EXPECT_EQ(heard, QStringList{QStringLiteral("started")});
     EXPECT_EQ(RVProcess::applicationLaunchEndCount(), 2u);
 }
 
@@ -283,6 +273,48 @@ TEST_F(ProcessUINotificationsTest, AProcessWithoutObserverIsDestroyedQuietly)
     process.reset();
     EXPECT_TRUE(log.lines().isEmpty());
     EXPECT_EQ(platform.accessibility->elementRequests, 0);
+}
+
+TEST(NotificationCenter, ObserversHearTheirNameFromTheirObjectOrAnyObject)
+{
+    RVNotificationCenter center;
+    int a = 0, b = 0;
+    QStringList heard;
+    const auto any = center.addObserver(QStringLiteral("Change"), nullptr,
+                                        [&](const RVNotification& n) { heard << QStringLiteral("any ") + n.userInfo.value(QStringLiteral("change")).toString(); });
+    center.addObserver(QStringLiteral("Change"), &a, [&](const RVNotification&) { heard << QStringLiteral("a"); });
+    center.addObserver(QStringLiteral("Other"), nullptr, [&](const RVNotification&) { heard << QStringLiteral("other"); });
+
+    center.post({QStringLiteral("Change"), &a, {{QStringLiteral("change"), QStringLiteral("started")}}});
+    center.post({QStringLiteral("Change"), &b, {{QStringLiteral("change"), QStringLiteral("ended")}}});
+    EXPECT_EQ(heard, (QStringList{QStringLiteral("any started"), QStringLiteral("a"), QStringLiteral("any ended")}));
+    center.removeObserver(any);
+    heard.clear();
+    center.post({QStringLiteral("Change"), &a, {}});
+    EXPECT_EQ(heard, QStringList{QStringLiteral("a")});
+}
+
+TEST(NotificationQueue, ABurstIsPostedOnceWhenIdleWithTheFirstUserInformation)
+{
+    TestApplication app;
+    RVNotificationQueue& queue = RVNotificationQueue::defaultQueue();
+    int object = 0;
+    QStringList heard;
+    const auto token = RVNotificationCenter::defaultCenter().addObserver(
+        QStringLiteral("RVProcessChangeNotification"), nullptr,
+        [&](const RVNotification& n) { heard << n.userInfo.value(QStringLiteral("change")).toString(); });
+    for (const char* change : {"started", "ended", "front"})
+        queue.enqueueWhenIdle({QStringLiteral("RVProcessChangeNotification"), &object,
+                               {{QStringLiteral("change"), QString::fromLatin1(change)}}});
+    queue.enqueueWhenIdle({QStringLiteral("RVProcessChangeNotification"), &heard, {{QStringLiteral("change"), QStringLiteral("other object")}}});
+    EXPECT_TRUE(heard.isEmpty()); // nothing before the loop idles
+    EXPECT_EQ(queue.pendingCount(), 2);
+
+    QTimer::singleShot(50, [] { QCoreApplication::exit(0); });
+    QCoreApplication::exec(); // idles, so the queue posts
+    EXPECT_EQ(heard, (QStringList{QStringLiteral("started"), QStringLiteral("other object")}));
+    EXPECT_EQ(queue.pendingCount(), 0);
+    RVNotificationCenter::defaultCenter().removeObserver(token);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "FakePlatform.h"
+#include "ResourceForkBuilder.h"
 #include "RVProcess.h"
+#include "RVResourceFork.h"
 #include "TempDir.h"
 
 #include <set>
@@ -20,17 +22,24 @@ protected:
     LogCapture log;
 };
 
-TEST_F(ProcessTest, EveryLookUpOfOneProcessGivesTheSameObject)
+// Every look-up of one process gives the same object; by signature and identifier, the first
+// readable process that carries it (identifiers compare exactly).
+TEST_F(ProcessTest, LookUpsGiveTheSameObjectByEveryKey)
 {
+    table.add(5, QStringLiteral("Unreadable"), "BETA").informationReadable = false;
     table.add(10, QStringLiteral("Alpha"), "ALFA").info = {{QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.alpha")}};
     table.add(20, QStringLiteral("Beta"), "BETA");
+    table.add(30, QStringLiteral("Second"), "BETA");
     const auto all = RVProcess::allProcesses();
-    ASSERT_EQ(all.size(), 2u);
-    EXPECT_EQ(RVProcess::processWithPID(10), all[0]);
-    EXPECT_EQ(RVProcess::processWithSerialNumber({1000, 20}), all[1]);
-    EXPECT_EQ(RVProcess::processWithSignature(RVFourCC("BETA")), all[1]);
-    EXPECT_EQ(RVProcess::processWithIdentifier(QStringLiteral("com.example.alpha")), all[0]);
-    EXPECT_EQ(RVProcess::cachedProcesses().size(), 2u);
+    ASSERT_EQ(all.size(), 4u);
+    EXPECT_EQ(RVProcess::processWithPID(10), all[1]);
+    EXPECT_EQ(RVProcess::processWithSerialNumber({1000, 20}), all[2]);
+    EXPECT_EQ(RVProcess::processWithSignature(RVFourCC("BETA")), all[2]);
+    EXPECT_EQ(RVProcess::processWithIdentifier(QStringLiteral("com.example.alpha")), all[1]);
+    EXPECT_EQ(RVProcess::cachedProcesses().size(), 4u);
+    EXPECT_EQ(RVProcess::processWithSignature(RVFourCC("NONE")), nullptr);
+    EXPECT_EQ(RVProcess::processWithIdentifier(QStringLiteral("com.example.Alpha")), nullptr);
+    EXPECT_EQ(RVProcess::processWithPID(99), nullptr);
 }
 
 TEST_F(ProcessTest, ACacheHitMovesToTheFrontAndKeepsTheOthersInOrder)
@@ -74,18 +83,6 @@ TEST_F(ProcessTest, CurrentProcessAsksAgainAfterAFailureAndThenKeepsItsAnswer)
     EXPECT_EQ(current->unixPID(), 42);
     table.current.reset();
     EXPECT_EQ(RVProcess::currentProcess(), current);
-}
-
-TEST_F(ProcessTest, LookUpsBySignatureAndIdentifier)
-{
-    table.add(5, QStringLiteral("Unreadable"), "SAME").informationReadable = false;
-    table.add(7, QStringLiteral("First"), "SAME").info = {{QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.app")}};
-    table.add(9, QStringLiteral("Second"), "SAME");
-    EXPECT_EQ(RVProcess::processWithSignature(RVFourCC("SAME"))->unixPID(), 7);
-    EXPECT_EQ(RVProcess::processWithSignature(RVFourCC("NONE")), nullptr);
-    EXPECT_EQ(RVProcess::processWithIdentifier(QStringLiteral("com.example.App")), nullptr);
-    EXPECT_EQ(RVProcess::processWithIdentifier(QStringLiteral("com.example.app"))->unixPID(), 7);
-    EXPECT_EQ(RVProcess::processWithPID(99), nullptr);
 }
 
 TEST_F(ProcessTest, IdentityHashOrderAndDescription)
@@ -138,11 +135,7 @@ TEST_F(ProcessTest, VersionFollowsTheBundleKeysAndKeepsItsFallback)
 
 TEST_F(ProcessTest, CarbonVersionDecodesTheVersRecord)
 {
-    struct Case
-    {
-        QByteArray bytes;
-        const char* expected;
-    } cases[] = {
+    struct Case { QByteArray bytes; const char* expected; } cases[] = {
         {QByteArray::fromHex("00802101"), "1.2.1"}, {QByteArray::fromHex("00802012"), "12.2"},
         {QByteArray::fromHex("03601001"), "1.1b3"}, {QByteArray::fromHex("02201501"), "1.1.5d2"},
         {QByteArray::fromHex("05802301"), "1.2.35"}, {QByteArray::fromHex("01401001ffff"), "1.1a1"},
@@ -239,14 +232,6 @@ TEST_F(ProcessTest, KindStoreAndLaunchDate)
     EXPECT_EQ(p->launchDate(), QDateTime::fromMSecsSinceEpoch(1'700'000'000'500, Qt::UTC));
     EXPECT_FLOAT_EQ(p->cpuTime(), 2.25f);
 
-    EXPECT_FALSE(p->info().isValid());
-    p->setInfo(QStringLiteral("x"));
-    p->setInfoForKey(5, QStringLiteral("k"));
-    EXPECT_EQ(p->info().toString(), QStringLiteral("x"));
-    EXPECT_EQ(p->infoForKey(QStringLiteral("k")).toInt(), 5);
-    p->setInfoForKey(QVariant(), QStringLiteral("k"));
-    EXPECT_FALSE(p->infoForKey(QStringLiteral("k")).isValid());
-
     // An ended process has no pid: its launch date is now, with the line.
     table.add(2, QStringLiteral("Gone"), "GONE");
     const auto gone = RVProcess::processWithPID(2);
@@ -256,10 +241,6 @@ TEST_F(ProcessTest, KindStoreAndLaunchDate)
     EXPECT_EQ(log.lines(), QStringList{QStringLiteral("*** Cannot get launch date for (null)")});
     EXPECT_EQ(gone->cpuTime(), 0.0f);
 }
-
-} // namespace
-
-namespace {
 
 TEST(ProcessCacheThreads, TwoThreadsShareOneObjectPerProcess)
 {
@@ -286,6 +267,25 @@ TEST(ProcessCacheThreads, TwoThreadsShareOneObjectPerProcess)
         pids.insert(p->serialNumber().low);
     EXPECT_EQ(pids.size(), 40u);
     RVProcess::resetCacheForTesting();
+}
+
+TEST(ResourceFork, FindsTheResourceByTypeAndIdOnly)
+{
+    const QByteArray record = QByteArray::fromHex("03601001");
+    const QByteArray fork = resourceForkWith("vers", 1, record);
+    EXPECT_EQ(RVResourceFromFork(fork, RVFourCC("vers"), 1), record);
+    EXPECT_FALSE(RVResourceFromFork(fork, RVFourCC("vers"), 2));
+    EXPECT_FALSE(RVResourceFromFork(fork, RVFourCC("STR "), 1));
+}
+
+TEST(ResourceFork, TruncatedOrCorruptForksHaveNoResources)
+{
+    const QByteArray fork = resourceForkWith("vers", 1, QByteArray::fromHex("00802101"));
+    for (qsizetype cut : {qsizetype(0), qsizetype(15), qsizetype(200), qsizetype(259), fork.size() - 1})
+        EXPECT_FALSE(RVResourceFromFork(fork.left(cut), RVFourCC("vers"), 1)) << cut;
+    QByteArray huge = fork;
+    huge[256] = '\x7f'; // data length far beyond the fork
+    EXPECT_FALSE(RVResourceFromFork(huge, RVFourCC("vers"), 1));
 }
 
 } // namespace

@@ -24,6 +24,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool eventually(const std::function<bool()>& condition, int milliseconds = 3000)
@@ -39,7 +41,7 @@ bool eventually(const std::function<bool()>& condition, int milliseconds = 3000)
 QString property(const QString& window, const QString& name)
 {
     QProcess xprop;
-    xprop.start(QStringLiteral("xprop"), {QStringLiteral("-id"), window, name});
+    xprop.start(u"xprop"_s, {u"-id"_s, window, name});
     xprop.waitForFinished(5000);
     return QString::fromUtf8(xprop.readAllStandardOutput());
 }
@@ -61,10 +63,9 @@ protected:
     // Starts a bundle application with a window and waits until the window manager has it.
     std::unique_ptr<RunningApp> windowApp(const QString& name, QString& window)
     {
-        const QString app = makeTestBundle(tmp.path(), {name, name.toLower(), QStringLiteral("WNDW")});
-        auto running = std::make_unique<RunningApp>(app, name.toLower(),
-                                                    QStringList{QStringLiteral("--window"), name});
-        const QString ready = running->waitForLine(QStringLiteral("ready"));
+        const QString app = makeTestBundle(tmp.path(), {name, name.toLower(), u"WNDW"_s});
+        auto running = std::make_unique<RunningApp>(app, name.toLower(), QStringList{u"--window"_s, name});
+        const QString ready = running->waitForLine(u"ready"_s);
         window = ready.mid(6);
         // Settle the window manager's own handling of the new window first: once it lists
         // the window and the window has been active, later requests meet a quiet manager.
@@ -75,7 +76,7 @@ protected:
         });
         if (!settled) {
             QProcess xprop;
-            xprop.start(QStringLiteral("xprop"), {QStringLiteral("-root")});
+            xprop.start(u"xprop"_s, {u"-root"_s});
             xprop.waitForFinished(5000);
             ADD_FAILURE() << "window " << window.toStdString() << " of " << pid << " never became active:\n"
                           << xprop.readAllStandardOutput().toStdString();
@@ -88,87 +89,71 @@ protected:
     std::shared_ptr<RVX11WindowSystem> windows = std::make_shared<RVX11WindowSystem>();
 };
 
-TEST_F(X11Test, FrontProcessFollowsActivation)
-{
-    QString windowA, windowB;
-    auto a = windowApp(QStringLiteral("Anna"), windowA);
-    auto b = windowApp(QStringLiteral("Bert"), windowB);
-
-    const auto anna = RVProcess::processWithPID(a->pid());
-    ASSERT_TRUE(anna);
-    anna->setFrontProcess();
-    ASSERT_TRUE(eventually([&] { return windows->activeWindowProcess() == a->pid(); }));
-    EXPECT_EQ(RVProcess::frontProcess(), anna);
-    EXPECT_TRUE(anna->isFrontProcess());
-
-    RVProcess::processWithPID(b->pid())->setFrontProcessFrontWindowOnly();
-    EXPECT_TRUE(eventually([&] { return windows->activeWindowProcess() == b->pid(); }));
-}
-
-// Showing brings the windows back without taking the front from the active process.
-TEST_F(X11Test, HideAndShow)
+// Showing brings the windows back without taking the front from the active process; a
+// close request reaches the window and the program ends.
+TEST_F(X11Test, HideShowAndClose)
 {
     QString window, otherWindow;
-    auto a = windowApp(QStringLiteral("Hidey"), window);
-    auto other = windowApp(QStringLiteral("Other"), otherWindow);
+    auto a = windowApp(u"Hidey"_s, window);
+    auto other = windowApp(u"Other"_s, otherWindow);
     const auto p = RVProcess::processWithPID(a->pid());
     ASSERT_TRUE(p);
     p->setHidden(true);
-    EXPECT_TRUE(eventually([&] { return property(window, QStringLiteral("_NET_WM_STATE")).contains(QStringLiteral("HIDDEN")); }))
-        << property(window, QStringLiteral("_NET_WM_STATE")).toStdString();
+    EXPECT_TRUE(eventually([&] { return property(window, u"_NET_WM_STATE"_s).contains(u"HIDDEN"_s); }))
+        << property(window, u"_NET_WM_STATE"_s).toStdString();
     ASSERT_TRUE(eventually([&] { return windows->activateProcess(other->pid(), false) && windows->activeWindowProcess() == other->pid(); }));
     p->setHidden(false);
-    EXPECT_TRUE(eventually([&] { return !property(window, QStringLiteral("_NET_WM_STATE")).contains(QStringLiteral("HIDDEN")); }));
+    EXPECT_TRUE(eventually([&] { return !property(window, u"_NET_WM_STATE"_s).contains(u"HIDDEN"_s); }));
     QThread::msleep(200); // time for the window manager to act on everything asked
     EXPECT_EQ(windows->activeWindowProcess(), other->pid());
-}
 
-TEST_F(X11Test, CloseRequestReachesTheWindowAndTheProgramEnds)
-{
-    QString window;
-    auto a = windowApp(QStringLiteral("Closer"), window);
     EXPECT_EQ(windows->closeProcessWindows(a->pid()), RVWindowSystem::CloseResult::Sent);
-    EXPECT_FALSE(a->waitForLine(QStringLiteral("closed")).isEmpty());
+    EXPECT_FALSE(a->waitForLine(u"closed"_s).isEmpty());
     EXPECT_TRUE(a->waitForEnd(5000));
     EXPECT_EQ(a->process().exitCode(), 0);
 }
 
 TEST_F(X11Test, ProcessWithoutWindowsHasNothingToClose)
 {
-    const QString app = makeTestBundle(tmp.path(), {QStringLiteral("Blind"), QStringLiteral("blind"), QStringLiteral("BLND")});
-    RunningApp running(app, QStringLiteral("blind"));
-    ASSERT_FALSE(running.waitForLine(QStringLiteral("ready")).isEmpty());
+    const QString app = makeTestBundle(tmp.path(), {u"Blind"_s, u"blind"_s, u"BLND"_s});
+    RunningApp running(app, u"blind"_s);
+    ASSERT_FALSE(running.waitForLine(u"ready"_s).isEmpty());
     EXPECT_EQ(windows->closeProcessWindows(running.pid()), RVWindowSystem::CloseResult::NoWindow);
     EXPECT_FALSE(windows->activateProcess(running.pid(), false));
 }
 
-TEST_F(X11Test, FrontSwitchesAndFullScreenArriveAsEvents)
+// Activation moves the front, which arrives as an event, as full screen does.
+TEST_F(X11Test, FrontFollowsActivationAndSwitchesAndFullScreenArriveAsEvents)
 {
     TestApplication app;
     QString windowA, windowB;
-    auto a = windowApp(QStringLiteral("Front"), windowA);
-    auto b = windowApp(QStringLiteral("Back"), windowB);
+    auto a = windowApp(u"Front"_s, windowA);
+    auto b = windowApp(u"Back"_s, windowB);
     auto events = std::make_shared<RVLinuxApplicationEvents>(RVPlatform::current().services().processTable);
     RVPlatform::install({.applicationEvents = events});
     RVProcess::resetNotificationsForTesting();
     RVUtilities::resetCachesForTesting();
     QStringList heard;
     const auto token = RVNotificationCenter::defaultCenter().addObserver(
-        RVProcessChangeNotification, nullptr,
-        [&](const RVNotification& n) { heard << n.userInfo.value(QStringLiteral("change")).toString(); });
+        RVProcessChangeNotification, nullptr, [&](const RVNotification& n) { heard << n.userInfo.value(u"change"_s).toString(); });
     RVProcess::installNotifications();
     EXPECT_FALSE(RVUtilities::fullScreenMode());
 
-    RVProcess::processWithPID(a->pid())->setFrontProcess();
-    EXPECT_TRUE(turnLoopUntil([&] { return heard.contains(QStringLiteral("front")); })) << heard.join(u' ').toStdString();
+    const auto front = RVProcess::processWithPID(a->pid());
+    ASSERT_TRUE(front);
+    front->setFrontProcess();
+    ASSERT_TRUE(eventually([&] { return windows->activeWindowProcess() == a->pid(); }));
+    EXPECT_EQ(RVProcess::frontProcess(), front);
+    EXPECT_TRUE(front->isFrontProcess());
+    EXPECT_TRUE(turnLoopUntil([&] { return heard.contains(u"front"_s); })) << heard.join(u' ').toStdString();
 
-    QProcess::execute(QStringLiteral("wmctrl"), {QStringLiteral("-i"), QStringLiteral("-r"), windowA,
-                                                 QStringLiteral("-b"), QStringLiteral("add,fullscreen")});
-    EXPECT_TRUE(turnLoopUntil([] { return RVUtilities::fullScreenMode(); }))
-        << property(windowA, QStringLiteral("_NET_WM_STATE")).toStdString();
-    QProcess::execute(QStringLiteral("wmctrl"), {QStringLiteral("-i"), QStringLiteral("-r"), windowA,
-                                                 QStringLiteral("-b"), QStringLiteral("remove,fullscreen")});
-    EXPECT_TRUE(turnLoopUntil([] { return !RVUtilities::fullScreenMode(); }));
+    for (const char* change : {"add", "remove"}) {
+        QProcess::execute(u"wmctrl"_s, {u"-i"_s, u"-r"_s, windowA, u"-b"_s, QLatin1String(change) + u",fullscreen"_s});
+        EXPECT_TRUE(turnLoopUntil([&] { return RVUtilities::fullScreenMode() == (change[0] == 'a'); }))
+            << change << property(windowA, u"_NET_WM_STATE"_s).toStdString();
+    }
+    RVProcess::processWithPID(b->pid())->setFrontProcessFrontWindowOnly();
+    EXPECT_TRUE(eventually([&] { return windows->activeWindowProcess() == b->pid(); }));
     RVNotificationCenter::defaultCenter().removeObserver(token);
     RVProcess::resetNotificationsForTesting();
     RVUtilities::resetCachesForTesting();
@@ -181,8 +166,8 @@ TEST_F(X11Test, ASwitchArrivingDuringTheWatchersOwnRequestsIsToldAtOnce)
 {
     TestApplication app;
     QString windowA, windowB;
-    auto a = windowApp(QStringLiteral("Early"), windowA);
-    auto b = windowApp(QStringLiteral("Late"), windowB);
+    auto a = windowApp(u"Early"_s, windowA);
+    auto b = windowApp(u"Late"_s, windowB);
     RVX11ActiveWindowWatcher watcher;
     ASSERT_TRUE(watcher.start());
     std::vector<pid_t> fronts;
@@ -218,13 +203,13 @@ TEST_F(X11Test, IdleTimeGrowsAndAKeyPressResetsIt)
 {
     RVPlatform::install({.launchEnvironment = std::make_shared<RVLinuxLaunchEnvironment>(
                              RVPlatform::current().services().processTable)});
-    QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("shift")});
+    QProcess::execute(u"xdotool"_s, {u"key"_s, u"shift"_s});
     const float first = RVUtilities::idleTime();
     ASSERT_GE(first, 0.0f) << "no screensaver extension";
     QThread::msleep(400);
     const float later = RVUtilities::idleTime();
     EXPECT_GE(later - first, 0.3f) << first << " then " << later;
-    QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("shift")});
+    QProcess::execute(u"xdotool"_s, {u"key"_s, u"shift"_s});
     EXPECT_LT(RVUtilities::idleTime(), later - 0.2f);
 }
 
@@ -236,8 +221,7 @@ TEST(X11WithoutScreensaver, IdleTimeIsUnknownAndTheConnectionLives)
         GTEST_SKIP() << "needs Xvfb: run under tests/x11/with-x11.sh";
     QProcess server;
     server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    server.start(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-extension"),
-                                          QStringLiteral("MIT-SCREEN-SAVER"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-extension"_s, u"MIT-SCREEN-SAVER"_s, u"-nolisten"_s, u"tcp"_s});
     ASSERT_TRUE(server.waitForReadyRead(10000));
     const QByteArray display = ":" + server.readLine().trimmed();
     const QByteArray saved = qgetenv("DISPLAY");
@@ -265,7 +249,7 @@ TEST(X11WithoutScreensaver, IdleTimeIsUnknownAndTheConnectionLives)
 TEST_F(X11Test, MicroTakesTheFrontForAMomentAndGivesItBack)
 {
     QString window;
-    auto keeper = windowApp(QStringLiteral("Keeper"), window);
+    auto keeper = windowApp(u"Keeper"_s, window);
     platform.facts->executable = QStringLiteral(RV_INSTALLER_BUNDLE "/Contents/MacOS/VelmoraInstaller");
     auto launcher = std::make_shared<RVLinuxLauncher>();
     RVPlatform::install({.launcher = launcher, .workspace = std::make_shared<RVLinuxWorkspace>(launcher, tmp.path())});
