@@ -62,7 +62,8 @@ protected:
     QString keyFile(const char* name) const { return tmp.file(u"%1.key"_s.arg(QLatin1String(name))); }
 
     // A product naming key (none when empty), signed by each of signers.
-    QString makeProduct(const QString& folder, const QString& version, const QString& key, const QStringList& signers)
+    QString makeProduct(const QString& folder, const QString& version, const QString& key, const QStringList& signers,
+                        int dataSize = 50000)
     {
         const QString app = tmp.mkdir(folder + u"/Product.app"_s);
         const QString named = key.isEmpty() ? QString() : u"<key>VelmoraPublicEDKey</key><string>%1</string>"_s.arg(keys[key]);
@@ -74,7 +75,7 @@ protected:
         tmp.write(folder + u"/Product.app/Contents/MacOS/Product"_s, "#!/bin/sh\necho " + version.toUtf8() + "\n",
                   QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup | QFile::ExeGroup);
         for (int i = 0; i < 40; ++i)
-            tmp.write(folder + u"/Product.app/Contents/Resources/Data%1.bin"_s.arg(i), QByteArray(50000, char('a' + i % 26)));
+            tmp.write(folder + u"/Product.app/Contents/Resources/Data%1.bin"_s.arg(i), QByteArray(dataSize, char('a' + i % 26)));
         QFile::link(u"Data0.bin"_s, app + u"/Contents/Resources/Alias.bin"_s);
         for (const QString& signer : signers) {
             const Tool signed_ = runTool({u"sign"_s, keyFile(signer.toLatin1().constData()), app});
@@ -255,7 +256,8 @@ TEST_F(BundleSignatureTest, ASourceChangedDuringTheCopyIsRefusedAndThePreviousCo
         QDir(apps).removeRecursively();
         QDir(tmp.file(u"new"_s)).removeRecursively();
         const QString previous = makeProduct(u"Apps"_s, u"1.0"_s, u"old"_s, {u"old"_s});
-        const QString source = makeProduct(u"new"_s, u"2.0"_s, u"old"_s, {u"old"_s});
+        // Large enough, and the copier niced, that the copy cannot end before the watcher stops it.
+        const QString source = makeProduct(u"new"_s, u"2.0"_s, u"old"_s, {u"old"_s}, 1 << 20);
         const auto before = snapshotTree(previous);
         QString swapped, output;
         int status = -1;
@@ -263,10 +265,11 @@ TEST_F(BundleSignatureTest, ASourceChangedDuringTheCopyIsRefusedAndThePreviousCo
             SwapDuringCopy swap(apps, source);
             QProcess process;
             process.setProcessChannelMode(QProcess::MergedChannels);
+            const QStringList niced{u"-n"_s, u"19"_s};
             if (privileged)
-                process.start(passThrough, {kTrain, source, destination});
+                process.start(u"nice"_s, niced + QStringList{passThrough, kTrain, source, destination});
             else
-                process.start(QStringLiteral(RV_INSTALL_HELPER), {apps, source, destination});
+                process.start(u"nice"_s, niced + QStringList{QStringLiteral(RV_INSTALL_HELPER), apps, source, destination});
             process.waitForFinished(60000);
             swap.finish();
             status = process.exitCode();
