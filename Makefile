@@ -43,7 +43,7 @@ sanitize: deps
 		ctest $(CTEST_FLAGS)
 
 # The tests whose code runs on two threads.
-TSAN_TESTS ?= ProcessCacheThreads|CopyHasher|BundleSignatureTest.EachAlteration|ProcessUINotificationsTest|ScriptRunner|Log\.|WorkerTest|PrivilegedTest|SoundTest
+TSAN_TESTS ?= ProcessCacheThreads|CopyHasher|ProcessUINotificationsTest|ScriptRunner|Log\.|WorkerTest|PrivilegedTest|SoundTest
 
 tsan: deps
 	cmake -S . -B $(TSAN_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DRV_TSAN=ON

@@ -6,8 +6,8 @@
 
 namespace {
 
-// Enough to keep the worker busy behind a copy of small files.
-constexpr std::size_t kMostQueued = 64;
+// Enough to keep the worker busy behind a copy of small files, and descriptors few.
+constexpr std::size_t kMostQueued = 256;
 
 } // namespace
 
@@ -24,14 +24,16 @@ void RVCopyHasher::add(int fd, std::string path)
 {
     if (fd < 0)
         return;
-    std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_queue.size() < kMostQueued || m_ending; });
-    if (m_ending) {
-        ::close(fd);
-        return;
+    {
+        std::lock_guard lock(m_mutex);
+        if (!m_ending && m_queue.size() < kMostQueued) {
+            m_queue.push_back({fd, std::move(path)});
+            m_changed.notify_one();
+            return;
+        }
     }
-    m_queue.push_back({fd, std::move(path)});
-    m_changed.notify_all();
+    // The copy never waits for the hasher: a file it is too far behind on is read by the check.
+    ::close(fd);
 }
 
 RVBundleSignature::KnownDigests RVCopyHasher::finish()
@@ -64,7 +66,6 @@ void RVCopyHasher::run()
             job = std::move(m_queue.front());
             m_queue.pop_front();
         }
-        m_changed.notify_all();
         const RVFd file(job.fd);
         struct stat info {};
         QByteArray digest;

@@ -17,7 +17,7 @@ public:
     ~RVCopyHasher(); // stops at once; what is still queued is left unhashed
 
     // Takes over fd, a descriptor of a file just copied, named by its path in the copy.
-    // Waits while many are queued, so that descriptors never pile up.
+    // Never waits: when many are queued already, the file is left to be hashed later.
     void add(int fd, std::string path);
     // Once everything added is hashed.
     RVBundleSignature::KnownDigests finish();
