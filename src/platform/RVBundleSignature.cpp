@@ -50,17 +50,12 @@ QString failure(const std::string& what, const std::string& path)
 }
 
 // The contents of a regular file, never through a link; a hash of them when asked.
-std::optional<QByteArray> readFile(int folder, const char* name, QByteArray* digest, off_t keepUpTo,
-                                   const KnownDigest* known = nullptr)
+std::optional<QByteArray> readFile(int folder, const char* name, QByteArray* digest, off_t keepUpTo)
 {
     const Fd file(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat info {};
     if (!file.valid() || ::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode))
         return std::nullopt;
-    if (known && digest && keepUpTo == 0 && known->isOf(info)) {
-        *digest = known->digest;
-        return QByteArray();
-    }
     ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
     QByteArray kept;
     QByteArray ignored;
@@ -83,6 +78,7 @@ public:
     QByteArray signatures;
     QByteArray infoPlist;
     QString error;
+    const KnownDigests* known = nullptr; // files untouched since these were worked out are not read
 
     bool walk(const std::shared_ptr<Fd>& folder, const std::string& relative)
     {
@@ -104,17 +100,14 @@ public:
     }
 
     // Hashing is most of the work: the files are read on a few threads at once.
-    bool hashFiles(const KnownDigests* known)
+    bool hashFiles()
     {
         const unsigned threads = std::clamp(std::thread::hardware_concurrency(), 1u, 4u);
         std::atomic<std::size_t> next{0};
         const auto work = [&] {
             for (std::size_t i = next++; i < m_files.size(); i = next++) {
                 FileJob& job = m_files[i];
-                const auto found = known ? known->find(entries[job.entry].path.toStdString()) : KnownDigests::const_iterator();
-                const KnownDigest* before = known && found != known->end() ? &found->second : nullptr;
-                job.contents = readFile(job.folder->get(), job.name.c_str(), &job.digest,
-                                        job.isInfo ? kLargestInfoPlist : 0, before);
+                job.contents = readFile(job.folder->get(), job.name.c_str(), &job.digest, job.isInfo ? kLargestInfoPlist : 0);
             }
         };
         std::vector<std::thread> pool;
@@ -145,6 +138,14 @@ private:
         std::optional<QByteArray> contents;
     };
     std::vector<FileJob> m_files;
+
+    const KnownDigest* knownDigest(const std::string& path) const
+    {
+        if (!known)
+            return nullptr;
+        const auto found = known->find(path);
+        return found == known->end() ? nullptr : &found->second;
+    }
 
     bool visit(const std::shared_ptr<Fd>& parent, const std::string& name, const std::string& path)
     {
@@ -180,8 +181,13 @@ private:
         if (isTaken(path))
             return true;
         const bool isInfo = path == "Contents/Info.plist" || path == "Resources/Info-gnustep.plist";
+        const char kind = (info.st_mode & 0111) ? 'x' : 'f';
+        if (const KnownDigest* before = knownDigest(path); before && !isInfo && before->isOf(info)) {
+            entries.append({kind, raw, before->digest});
+            return true;
+        }
         m_files.push_back({parent, name, entries.size(), isInfo, {}, {}});
-        entries.append({(info.st_mode & 0111) ? 'x' : 'f', raw, {}});
+        entries.append({kind, raw, {}});
         return true;
     }
 
@@ -329,7 +335,8 @@ std::optional<Tree> readTree(int folder, const QByteArray& name, bool walk, QStr
     if (!sodiumReady())
         return std::nullopt;
     Walker walker;
-    if (!walker.walk(root, {}) || !walker.hashFiles(known)) {
+    walker.known = known;
+    if (!walker.walk(root, {}) || !walker.hashFiles()) {
         if (error)
             *error = walker.error;
         return std::nullopt;
