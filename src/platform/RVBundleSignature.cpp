@@ -284,16 +284,24 @@ QString differenceBetween(const QByteArray& signedManifest, const QByteArray& ac
 
 } // namespace
 
+namespace {
+
+std::int64_t nanoseconds(const decltype(stat::st_mtim)& time)
+{
+    return std::int64_t(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+} // namespace
+
 KnownDigest KnownDigest::of(const struct stat& info, const QByteArray& digest)
 {
-    return {info.st_dev, info.st_ino, info.st_size, info.st_mtim, info.st_ctim, digest};
+    return {info.st_dev, info.st_ino, info.st_size, nanoseconds(info.st_mtim), nanoseconds(info.st_ctim), digest};
 }
 
 bool KnownDigest::isOf(const struct stat& info) const
 {
-    const auto same = [](const timespec& a, const timespec& b) { return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec; };
-    return device == info.st_dev && inode == info.st_ino && size == info.st_size && same(modified, info.st_mtim) &&
-           same(changed, info.st_ctim);
+    return device == info.st_dev && inode == info.st_ino && size == info.st_size &&
+           modifiedNs == nanoseconds(info.st_mtim) && changedNs == nanoseconds(info.st_ctim);
 }
 
 bool hashFile(int fd, QByteArray* digest, QByteArray* kept, off_t keepUpTo)

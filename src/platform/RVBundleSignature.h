@@ -4,6 +4,7 @@
 #include <QList>
 #include <QString>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
@@ -40,8 +41,8 @@ struct KnownDigest
     dev_t device;
     ino_t inode;
     off_t size;
-    timespec modified;
-    timespec changed;
+    std::int64_t modifiedNs; // since the epoch
+    std::int64_t changedNs;
     QByteArray digest;
     static KnownDigest of(const struct stat& info, const QByteArray& digest);
     bool isOf(const struct stat& info) const;

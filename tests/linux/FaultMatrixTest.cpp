@@ -64,16 +64,9 @@ struct Trigger
     std::function<bool(const QString&)> matches;
 };
 
-class FaultMatrix : public ::testing::Test
+class FaultMatrix : public TestUserTest
 {
 protected:
-    void SetUp() override
-    {
-        const auto found = testUser();
-        if (!found)
-            GTEST_SKIP() << "needs root and the user of tests/linux/with-test-user.sh";
-        user = *found;
-    }
 
     struct Run
     {
@@ -210,7 +203,6 @@ protected:
         ::lchown(QFile::encodeName(path).constData(), user.uid, user.gid);
     }
 
-    TestUser user;
     std::unique_ptr<QString> m_mount;
 };
 

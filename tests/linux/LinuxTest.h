@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <optional>
 #include <poll.h>
@@ -43,6 +45,21 @@ inline std::optional<TestUser> testUser()
         return std::nullopt;
     return TestUser{entry->pw_uid, entry->pw_gid, QFile::decodeName(entry->pw_dir)};
 }
+
+// A test that acts for the user of tests/linux/with-test-user.sh; skipped without it.
+class TestUserTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        const auto found = testUser();
+        if (!found)
+            GTEST_SKIP() << "needs root and the user of tests/linux/with-test-user.sh";
+        user = *found;
+    }
+
+    TestUser user;
+};
 
 // Runs a program with PATH and the given variables only (the whole environment when
 // inherit), feeds it input and answers its output and errors.

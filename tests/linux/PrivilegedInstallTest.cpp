@@ -338,15 +338,14 @@ TEST(RealPkexec, WithoutAnAgentTheUserCannotBeAsked)
 // train run directly as root with what a hostile caller can choose: its arguments and
 // PKEXEC_UID. Each case says what was refused; a snapshot shows that nothing else changed,
 // and nothing root-only became the user's.
-class HostileTrain : public ::testing::Test
+class HostileTrain : public TestUserTest
 {
 protected:
     void SetUp() override
     {
-        const auto found = testUser();
-        if (!found)
-            GTEST_SKIP() << "needs root and the user of tests/linux/with-test-user.sh";
-        user = *found;
+        TestUserTest::SetUp();
+        if (IsSkipped())
+            return;
         QFile::setPermissions(tmp.path(), QFile::permissions(tmp.path()) | QFile::ExeOther | QFile::ReadOther);
         clean({});
     }
@@ -375,7 +374,6 @@ protected:
     }
 
     TempDir tmp;
-    TestUser user;
     QString log;
 };
 
